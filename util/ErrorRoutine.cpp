@@ -113,45 +113,51 @@ bool replaceWith(QTemporaryFile& temp, const QString& target)
     return save.commit();
 }
 
-} // namespace
-
-bool VuShowError(const QString& origin, const QString& module) noexcept
+// The one body of both VuShowError forms. An error with number 0 counts as none pending.
+bool showError(const QString& origin, const ZwError* pending, const QString& module,
+               bool* retry) noexcept
 {
+    if (retry)
+        *retry = false;
     try {
+        const bool isPending = pending && pending->number() != 0;
+        const QString errorText = isPending ? pending->description() + QStringLiteral(" (Nr. ") +
+                                                  QString::number(pending->number()) +
+                                                  QStringLiteral(", Ursprung: ") +
+                                                  pending->source() + QStringLiteral(")")
+                                            : QString();
         const QString moduleText =
             module.isNull() ? QString() : QStringLiteral("in Modul ") + module;
-        const QString message = QStringLiteral("Fehler: ") + origin + kCrLf + kCrLf + moduleText;
-        msgBox(message, Mb::OkOnly + Mb::Exclamation,
-               AppInfo::title() + QStringLiteral(" - Fehler"));
-        VuLog(LogLevel::Error, origin + QStringLiteral(" - ") + QStringLiteral(" ") + moduleText);
+        QString message =
+            QStringLiteral("Fehler: ") + origin + kCrLf + errorText + kCrLf + moduleText;
+        const QString caption = AppInfo::title() + QStringLiteral(" - Fehler");
+        if (isPending) {
+            message += kCrLf + QStringLiteral("Noch einmal versuchen?");
+            const bool yes = msgBox(message, Mb::YesNo + Mb::Question, caption) == Mb::Yes;
+            if (retry)
+                *retry = yes;
+        } else {
+            msgBox(message, Mb::OkOnly + Mb::Exclamation, caption);
+        }
+        VuLog(LogLevel::Error,
+              origin + QStringLiteral(" - ") + errorText + QStringLiteral(" ") + moduleText);
     } catch (...) {
         // The error routine must never become a source of errors itself.
     }
     return false;
 }
 
+} // namespace
+
+bool VuShowError(const QString& origin, const QString& module) noexcept
+{
+    return showError(origin, nullptr, module, nullptr);
+}
+
 bool VuShowError(const QString& origin, const ZwError& pending, const QString& module,
                  bool* retry) noexcept
 {
-    if (retry)
-        *retry = false;
-    try {
-        const QString errorText =
-            pending.description() + QStringLiteral(" (Nr. ") + QString::number(pending.number()) +
-            QStringLiteral(", Ursprung: ") + pending.source() + QStringLiteral(")");
-        const QString moduleText =
-            module.isNull() ? QString() : QStringLiteral("in Modul ") + module;
-        const QString message = QStringLiteral("Fehler: ") + origin + kCrLf + errorText + kCrLf +
-                                moduleText + kCrLf + QStringLiteral("Noch einmal versuchen?");
-        const int answer = msgBox(message, Mb::YesNo + Mb::Question,
-                                  AppInfo::title() + QStringLiteral(" - Fehler"));
-        if (retry)
-            *retry = answer == Mb::Yes;
-        VuLog(LogLevel::Error,
-              origin + QStringLiteral(" - ") + errorText + QStringLiteral(" ") + moduleText);
-    } catch (...) {
-    }
-    return false;
+    return showError(origin, &pending, module, retry);
 }
 
 ZwError vuErrorFromCurrentException() noexcept

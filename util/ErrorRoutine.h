@@ -21,7 +21,8 @@
 bool VuShowError(const QString& origin, const QString& module = QString()) noexcept;
 
 // Reports a pending run-time error: question box with Yes/No. *retry receives whether the
-// user answered Yes. Always returns false.
+// user answered Yes. An error numbered 0 is no error: the box is the one above. Always
+// returns false.
 bool VuShowError(const QString& origin, const ZwError& pending, const QString& module = QString(),
                  bool* retry = nullptr) noexcept;
 

@@ -72,7 +72,7 @@ private Q_SLOTS:
 
     void errorBox_data();
     void errorBox();
-    void retryAnswerOfThePendingError();
+    void errorNumberZeroIsNoPendingError();
     void trapRunsTheBodyOnceMorePerYes_data();
     void trapRunsTheBodyOnceMorePerYes();
     void trapMapsStandardExceptions_data();
@@ -161,14 +161,15 @@ void TstErrorRoutine::errorBox()
     QCOMPARE(script.boxes()[0].title, kCaption);
 }
 
-void TstErrorRoutine::retryAnswerOfThePendingError()
+void TstErrorRoutine::errorNumberZeroIsNoPendingError()
 {
     ScriptedUserInterface script;
-    script.answer(Mb::Yes);
-    bool retry = false;
-    QVERIFY(!VuShowError(QStringLiteral("cmdFinish_Click"), ZwError(4605, QStringLiteral("x")),
-                         QString(), &retry));
-    QVERIFY(retry);
+    script.answer(Mb::Ok);
+    bool retry = true;
+    VuShowError(QStringLiteral("Form_Load"), ZwError(0, QStringLiteral("x")), QString(), &retry);
+    QVERIFY(!retry);
+    QCOMPARE(script.boxes()[0].text, QStringLiteral("Fehler: Form_Load\r\n\r\n"));
+    QCOMPARE(script.boxes()[0].style, Mb::Exclamation);
 }
 
 void TstErrorRoutine::trapRunsTheBodyOnceMorePerYes_data()

@@ -31,28 +31,6 @@ private Q_SLOTS:
         QCOMPARE(ValueRecognition::toDate(text).value_or(QDate()), date);
     }
 
-    void numbers_data()
-    {
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<bool>("isDouble");
-        QTest::addColumn<double>("value");
-        QTest::newRow("decimal comma") << "3,5" << true << 3.5;
-        QTest::newRow("grouped thousands") << "12.345.678,9" << true << 12345678.9;
-        QTest::newRow("badly grouped") << "1.00,5" << false << 0.0;
-        QTest::newRow("exponent") << "2,5e3" << true << 2500.0;
-        QTest::newRow("point as decimal separator") << "0.5" << false << 0.0;
-    }
-    void numbers()
-    {
-        QFETCH(QString, text);
-        QFETCH(bool, isDouble);
-        QFETCH(double, value);
-        const auto got = ValueRecognition::toDouble(text);
-        QCOMPARE(got.has_value(), isDouble);
-        if (got)
-            QCOMPARE(*got, value);
-    }
-
     void wholeNumberRanges()
     {
         QCOMPARE(ValueRecognition::toInt16(QStringLiteral("-32768")).value_or(0), qint16(-32768));

@@ -12,6 +12,18 @@ qsizetype lastSeparator(const QString& path)
     return std::max(path.lastIndexOf(QLatin1Char('/')), path.lastIndexOf(QLatin1Char('\\')));
 }
 
+QString fileNameOf(const QString& path)
+{
+    return path.mid(lastSeparator(path) + 1);
+}
+
+// The file name cut before its last ".".
+QString titleOf(const QString& name)
+{
+    const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+    return dot < 0 ? name : name.left(dot);
+}
+
 // The remembered rest of the current token scan.
 QString g_tokenRest;
 
@@ -20,18 +32,14 @@ QString g_tokenRest;
 QString VuGetFileName(const QString& path)
 {
     QString name;
-    vuTrap(QStringLiteral("VuGetFileName"), [&] { name = path.mid(lastSeparator(path) + 1); });
+    vuTrap(QStringLiteral("VuGetFileName"), [&] { name = fileNameOf(path); });
     return name;
 }
 
 QString VuGetFileTitle(const QString& path)
 {
     QString title;
-    vuTrap(QStringLiteral("VuGetFileTitle"), [&] {
-        const QString name = path.mid(lastSeparator(path) + 1);
-        const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
-        title = dot < 0 ? name : name.left(dot);
-    });
+    vuTrap(QStringLiteral("VuGetFileTitle"), [&] { title = titleOf(fileNameOf(path)); });
     return title;
 }
 
@@ -39,9 +47,9 @@ QString VuGetFileExtension(const QString& path)
 {
     QString extension;
     vuTrap(QStringLiteral("VuGetFileExtension"), [&] {
-        const QString name = path.mid(lastSeparator(path) + 1);
-        const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
-        extension = dot < 0 ? QString() : name.mid(dot);
+        // The end of the name that the title does not cover.
+        const QString name = fileNameOf(path);
+        extension = name.mid(titleOf(name).size());
     });
     return extension;
 }

@@ -273,12 +273,7 @@ void TstErrorRoutine::logWarnsOnceAndWritesEveryLine()
                                          "' erzeugt!\r\n\r\nDas Erzeugen einer Logdatei kann die "
                                          "Ausführungsgeschwindigkeit deutlich "
                                          "verringern!");
-    const QList<QByteArray> lines = readAll(log).split('\n');
-    QCOMPARE(lines.size(), 4); // three lines and the empty rest after the last line end
-    QVERIFY(lines[0].endsWith(": Info: eins\r"));
-    QVERIFY(lines[1].endsWith(": Warnung: zwei\r"));
-    QVERIFY(lines[2].endsWith(": Fehler: drei\r"));
-    QVERIFY(lines[3].isEmpty());
+    QCOMPARE(readAll(log).count("\r\n"), 3);
 
     // Switching to another file in the same run does not warn again.
     VuSetLogging(true, env.root() + QStringLiteral("/other.log"), 100);

@@ -1,0 +1,275 @@
+#include "tests/support/ScriptedUserInterface.h"
+#include "util/ValueRecognition.h"
+#include "util/widgets/TextBoxValidation.h"
+
+#include <QApplication>
+#include <QLineEdit>
+#include <QTest>
+#include <QVBoxLayout>
+#include <QWidget>
+
+namespace
+{
+const QColor kRed(255, 0, 0);
+const QVariant kNone;
+} // namespace
+
+class TstTextBoxValidation : public QObject
+{
+    Q_OBJECT
+private:
+    QWidget* m_form = nullptr;
+    QLineEdit* m_box = nullptr;
+    QLineEdit* m_other = nullptr;
+
+private Q_SLOTS:
+    void initTestCase()
+    {
+        m_form = new QWidget;
+        m_form->setObjectName(QStringLiteral("frmOptions"));
+        auto* layout = new QVBoxLayout(m_form);
+        m_box = new QLineEdit(m_form);
+        m_box->setObjectName(QStringLiteral("txtFieldvalue"));
+        m_other = new QLineEdit(m_form);
+        layout->addWidget(m_box);
+        layout->addWidget(m_other);
+        m_form->show();
+        QApplication::setActiveWindow(m_form);
+        QVERIFY(QTest::qWaitForWindowActive(m_form));
+    }
+    void cleanupTestCase() { delete m_form; }
+    void init()
+    {
+        m_box->setPalette(QPalette());
+        m_other->setFocus();
+    }
+
+    void validValues_data();
+    void validValues();
+    void invalidValues_data();
+    void invalidValues();
+    void redWhileTheBoxIsOpen();
+    void ownPaletteComesBack();
+    void focusAndSelectionAfterwards();
+    void focusStaysWhenTheFormIsNotActive();
+    void missingBoxIsReported();
+};
+
+void TstTextBoxValidation::validValues_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<bool>("emptyAllowed");
+    QTest::addColumn<QVariant>("minimum");
+    QTest::addColumn<QVariant>("maximum");
+    QTest::addColumn<QString>("afterwards");
+
+    QTest::newRow("2 whole number") << 2 << "123" << false << kNone << kNone << "123";
+    QTest::newRow("2 lowest 16-bit value") << 2 << "-32768" << false << kNone << kNone << "-32768";
+    QTest::newRow("2 highest 16-bit value") << 2 << "32767" << false << kNone << kNone << "32767";
+    QTest::newRow("2 blanks around the number") << 2 << " 12 " << false << kNone << kNone << " 12 ";
+    QTest::newRow("3 beyond 16 bits") << 3 << "40000" << false << kNone << kNone << "40000";
+    QTest::newRow("3 highest 32-bit value")
+        << 3 << "2147483647" << false << kNone << kNone << "2147483647";
+    QTest::newRow("5 decimal comma") << 5 << "3,5" << false << kNone << kNone << "3,5";
+    QTest::newRow("5 thousands separator")
+        << 5 << "1.000,5" << false << kNone << kNone << "1.000,5";
+    QTest::newRow("5 negative") << 5 << "-0,25" << false << kNone << kNone << "-0,25";
+    QTest::newRow("5 whole number") << 5 << "7" << false << kNone << kNone << "7";
+    QTest::newRow("7 dd.MM.yyyy") << 7 << "01.02.2024" << false << kNone << kNone << "01.02.2024";
+    QTest::newRow("7 d.M.yyyy") << 7 << "1.2.2024" << false << kNone << kNone << "1.2.2024";
+    QTest::newRow("7 d.M.yy on a leap day")
+        << 7 << "29.2.24" << false << kNone << kNone << "29.2.24";
+    QTest::newRow("7 ISO date") << 7 << "2024-02-01" << false << kNone << kNone << "2024-02-01";
+    QTest::newRow("7 month name") << 7 << "1. Februar 2024" << false << kNone << kNone
+                                  << "1. Februar 2024";
+    QTest::newRow("7 day and month only") << 7 << "24.12." << false << kNone << kNone << "24.12.";
+    QTest::newRow("8 any text") << 8 << "Einkauf & Verkauf" << false << kNone << kNone
+                                << "Einkauf & Verkauf";
+    QTest::newRow("8 blanks only") << 8 << "   " << false << kNone << kNone << "   ";
+    QTest::newRow("8 ignores bounds") << 8 << "0" << false << QVariant(1) << QVariant(10) << "0";
+    QTest::newRow("1001 7:5 becomes 07:05") << 1001 << "7:5" << false << kNone << kNone << "07:05";
+    QTest::newRow("1001 0:0 becomes 00:00") << 1001 << "0:0" << false << kNone << kNone << "00:00";
+    QTest::newRow("1001 23:59") << 1001 << "23:59" << false << kNone << kNone << "23:59";
+    QTest::newRow("empty allowed") << 2 << "" << true << QVariant(1) << kNone << "";
+    QTest::newRow("empty allowed, unknown type") << 99 << "" << true << kNone << kNone << "";
+    QTest::newRow("minimum itself") << 2 << "1" << false << QVariant(1) << QVariant(10) << "1";
+    QTest::newRow("maximum itself") << 2 << "10" << false << QVariant(1) << QVariant(10) << "10";
+    QTest::newRow("5 bounds as German texts")
+        << 5 << "2,5" << false << QVariant("2,5") << QVariant("2,75") << "2,5";
+    QTest::newRow("3 bound beyond 16 bits")
+        << 3 << "100000" << false << QVariant(99999) << kNone << "100000";
+}
+
+void TstTextBoxValidation::validValues()
+{
+    QFETCH(int, type);
+    QFETCH(QString, text);
+    QFETCH(bool, emptyAllowed);
+    QFETCH(QVariant, minimum);
+    QFETCH(QVariant, maximum);
+    QFETCH(QString, afterwards);
+
+    ScriptedUserInterface script;
+    m_box->setText(text);
+    QVERIFY(VuTextBoxIsValid(m_box, type, emptyAllowed, QStringLiteral("Wert"), minimum, maximum));
+    QCOMPARE(m_box->text(), afterwards);
+    QCOMPARE(script.boxes().size(), 0);
+    QCOMPARE(script.beeps(), 0);
+}
+
+void TstTextBoxValidation::invalidValues_data()
+{
+    QTest::addColumn<int>("type");
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QVariant>("minimum");
+    QTest::addColumn<QVariant>("maximum");
+    QTest::addColumn<QString>("reason");
+
+    QTest::newRow("2 3,5") << 2 << "3,5" << kNone << kNone << "Keine ganze Zahl";
+    QTest::newRow("2 3.0") << 2 << "3.0" << kNone << kNone << "Keine ganze Zahl";
+    QTest::newRow("2 thousands separator") << 2 << "1.000" << kNone << kNone << "Keine ganze Zahl";
+    QTest::newRow("2 16-bit overflow 32768")
+        << 2 << "32768" << kNone << kNone << "Keine ganze Zahl";
+    QTest::newRow("2 16-bit underflow -32769")
+        << 2 << "-32769" << kNone << kNone << "Keine ganze Zahl";
+    QTest::newRow("2 letters") << 2 << "zwölf" << kNone << kNone << "Keine ganze Zahl";
+    QTest::newRow("2 blanks only") << 2 << "  " << kNone << kNone << "Keine ganze Zahl";
+    QTest::newRow("3 32-bit overflow") << 3 << "2147483648" << kNone << kNone << "Keine Long Zahl";
+    QTest::newRow("3 1,0") << 3 << "1,0" << kNone << kNone << "Keine Long Zahl";
+    QTest::newRow("5 3.5 is no German number")
+        << 5 << "3.5" << kNone << kNone << "Keine Gleitkomma Zahl";
+    QTest::newRow("5 letters") << 5 << "drei" << kNone << kNone << "Keine Gleitkomma Zahl";
+    QTest::newRow("7 31 February") << 7 << "31.02.2024" << kNone << kNone << "Kein Datum";
+    QTest::newRow("7 29 February of a common year")
+        << 7 << "29.2.23" << kNone << kNone << "Kein Datum";
+    QTest::newRow("7 a number") << 7 << "3,5" << kNone << kNone << "Kein Datum";
+    QTest::newRow("7 month 13") << 7 << "1.13.2024" << kNone << kNone << "Kein Datum";
+    QTest::newRow("1001 24:00") << 1001 << "24:00" << kNone << kNone
+                                << "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
+    QTest::newRow("1001 12:60") << 1001 << "12:60" << kNone << kNone
+                                << "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
+    QTest::newRow("1001 1200 without colon")
+        << 1001 << "1200" << kNone << kNone << "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
+    QTest::newRow("1001 seconds") << 1001 << "7:05:30" << kNone << kNone
+                                  << "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
+    QTest::newRow("1001 no hour") << 1001 << ":30" << kNone << kNone
+                                  << "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
+    QTest::newRow("1001 negative minute")
+        << 1001 << "7:-5" << kNone << kNone << "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
+    QTest::newRow("unknown type") << 99 << "x" << kNone << kNone
+                                  << "VuTextBoxIsValid: invalid type";
+    QTest::newRow("type 0 is unknown too")
+        << 0 << "1" << kNone << kNone << "VuTextBoxIsValid: invalid type";
+    QTest::newRow("empty not allowed") << 8 << "" << kNone << kNone << "Kein Wert eingegeben";
+    QTest::newRow("below the minimum")
+        << 2 << "0" << QVariant(1) << QVariant(10) << "Kleiner als zulässiger Minimalwert: 1";
+    QTest::newRow("above the maximum")
+        << 2 << "11" << QVariant(1) << QVariant(10) << "Größer als zulässiger Maximalwert: 10";
+    QTest::newRow("5 below a fractional minimum")
+        << 5 << "1,4" << QVariant(1.5) << kNone << "Kleiner als zulässiger Minimalwert: 1,5";
+    QTest::newRow("5 above a maximum given as text")
+        << 5 << "2,8" << kNone << QVariant("2,75") << "Größer als zulässiger Maximalwert: 2,75";
+    QTest::newRow("5 large bound without separators")
+        << 5 << "1.000.001" << kNone << QVariant(1000000.0)
+        << "Größer als zulässiger Maximalwert: 1000000";
+    QTest::newRow("3 minimum beyond 16 bits") << 3 << "-40000" << QVariant(-32768) << kNone
+                                              << "Kleiner als zulässiger Minimalwert: -32768";
+}
+
+void TstTextBoxValidation::invalidValues()
+{
+    QFETCH(int, type);
+    QFETCH(QString, text);
+    QFETCH(QVariant, minimum);
+    QFETCH(QVariant, maximum);
+    QFETCH(QString, reason);
+
+    ScriptedUserInterface script;
+    script.answer(Mb::Ok);
+    m_box->setText(text);
+    QVERIFY(!VuTextBoxIsValid(m_box, type, false, QString(), minimum, maximum));
+    QCOMPARE(script.boxes().size(), 1);
+    QCOMPARE(script.boxes()[0].text, "Ungültiger Wert: '" + text + "'\r\n" + reason);
+    QCOMPARE(script.boxes()[0].style, Mb::Exclamation);
+    QCOMPARE(script.boxes()[0].title, QStringLiteral("Ungültige Eingabe"));
+    QCOMPARE(script.beeps(), 1);
+    QCOMPARE(m_box->text(), text);
+}
+
+void TstTextBoxValidation::redWhileTheBoxIsOpen()
+{
+    const QColor normal = m_box->palette().color(QPalette::Base);
+    QVERIFY(normal != kRed);
+    QColor during;
+    ScriptedUserInterface script;
+    script.answer(Mb::Ok, [&] { during = m_box->palette().color(QPalette::Base); });
+    m_box->setText(QStringLiteral("x"));
+    QVERIFY(!VuTextBoxIsValid(m_box, ValueType::Integer, false, QStringLiteral("Durchwahl")));
+    QCOMPARE(during, kRed);
+    QCOMPARE(m_box->palette().color(QPalette::Base), normal);
+    // The box follows its form's palette again instead of keeping a copy of it.
+    QVERIFY(!m_box->testAttribute(Qt::WA_SetPalette));
+    QCOMPARE(script.boxes()[0].text,
+             QStringLiteral("Durchwahl\r\nUngültiger Wert: 'x'\r\nKeine ganze Zahl"));
+}
+
+void TstTextBoxValidation::ownPaletteComesBack()
+{
+    QPalette yellow = m_box->palette();
+    yellow.setColor(QPalette::Base, Qt::yellow);
+    m_box->setPalette(yellow);
+    QColor during;
+    ScriptedUserInterface script;
+    script.answer(Mb::Ok, [&] { during = m_box->palette().color(QPalette::Base); });
+    m_box->setText(QStringLiteral("x"));
+    QVERIFY(!VuTextBoxIsValid(m_box, ValueType::Double, false));
+    QCOMPARE(during, kRed);
+    QCOMPARE(m_box->palette().color(QPalette::Base), QColor(Qt::yellow));
+    QVERIFY(m_box->testAttribute(Qt::WA_SetPalette));
+}
+
+void TstTextBoxValidation::focusAndSelectionAfterwards()
+{
+    QTRY_VERIFY(m_other->hasFocus());
+    ScriptedUserInterface script;
+    script.answer(Mb::Ok);
+    m_box->setText(QStringLiteral("12:60"));
+    m_box->setCursorPosition(2);
+    QVERIFY(!VuTextBoxIsValid(m_box, ValueType::Time, false));
+    QVERIFY(m_box->hasFocus());
+    QCOMPARE(m_box->selectionStart(), 0);
+    QCOMPARE(m_box->selectedText(), QStringLiteral("12:60"));
+}
+
+void TstTextBoxValidation::focusStaysWhenTheFormIsNotActive()
+{
+    QWidget otherForm;
+    otherForm.show();
+    QApplication::setActiveWindow(&otherForm);
+    QVERIFY(QTest::qWaitForWindowActive(&otherForm));
+
+    ScriptedUserInterface script;
+    script.answer(Mb::Ok);
+    m_box->setText(QStringLiteral("abc"));
+    m_box->deselect();
+    QVERIFY(!VuTextBoxIsValid(m_box, ValueType::Long, false));
+    QVERIFY(!m_box->hasSelectedText());
+    QCOMPARE(QApplication::focusWidget() == m_box, false);
+
+    otherForm.hide();
+    QApplication::setActiveWindow(m_form);
+    QVERIFY(QTest::qWaitForWindowActive(m_form));
+}
+
+void TstTextBoxValidation::missingBoxIsReported()
+{
+    ScriptedUserInterface script;
+    script.answer(Mb::No);
+    QVERIFY(!VuTextBoxIsValid(nullptr, ValueType::Text, true));
+    QCOMPARE(script.boxes().size(), 1);
+    QVERIFY(script.boxes()[0].text.startsWith(QStringLiteral("Fehler: VuTextBoxIsValid\r\n")));
+}
+
+QTEST_MAIN(TstTextBoxValidation)
+#include "tst_textboxvalidation.moc"

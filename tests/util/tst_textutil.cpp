@@ -1,0 +1,231 @@
+#include "tests/support/ScriptedUserInterface.h"
+#include "tests/support/TestEnvironment.h"
+#include "util/SystemNames.h"
+#include "util/TextUtil.h"
+
+#include <QDir>
+#include <QFile>
+#include <QProcess>
+#include <QTest>
+
+class TstTextUtil : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void pathParts_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("extension");
+
+        QTest::newRow("Windows path") << "C:\\Vorlagen\\Brief.dot"
+                                      << "Brief.dot"
+                                      << "Brief"
+                                      << ".dot";
+        QTest::newRow("Linux path") << "/home/anna/Vorlagen/Bsp-FAX.dotx"
+                                    << "Bsp-FAX.dotx"
+                                    << "Bsp-FAX"
+                                    << ".dotx";
+        QTest::newRow("mixed separators, the last one counts")
+            << "/home/anna\\Vorlagen/Alt\\Brief.DOT"
+            << "Brief.DOT"
+            << "Brief"
+            << ".DOT";
+        QTest::newRow("no separator") << "Zettelwerk.html"
+                                      << "Zettelwerk.html"
+                                      << "Zettelwerk"
+                                      << ".html";
+        QTest::newRow("no extension") << "C:\\Vorlagen\\Brief"
+                                      << "Brief"
+                                      << "Brief"
+                                      << "";
+        QTest::newRow("dot only in a folder name") << "/daten/v1.2/Brief"
+                                                   << "Brief"
+                                                   << "Brief"
+                                                   << "";
+        QTest::newRow("several dots: the last one") << "/x/Brief.alt.dot"
+                                                    << "Brief.alt.dot"
+                                                    << "Brief.alt"
+                                                    << ".dot";
+        QTest::newRow("ends with a separator") << "C:\\Vorlagen\\"
+                                               << ""
+                                               << ""
+                                               << "";
+        QTest::newRow("name ends with a dot") << "/x/Brief."
+                                              << "Brief."
+                                              << "Brief"
+                                              << ".";
+        QTest::newRow("hidden file is all extension") << "/home/anna/.profile"
+                                                      << ".profile"
+                                                      << ""
+                                                      << ".profile";
+        QTest::newRow("empty") << ""
+                               << ""
+                               << ""
+                               << "";
+    }
+    void pathParts()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, name);
+        QFETCH(QString, title);
+        QFETCH(QString, extension);
+        QCOMPARE(VuGetFileName(path), name);
+        QCOMPARE(VuGetFileTitle(path), title);
+        QCOMPARE(VuGetFileExtension(path), extension);
+    }
+
+    void trailingSeparator_data()
+    {
+        QTest::addColumn<QString>("path");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("Windows path gets a backslash") << "C:\\Vorlagen"
+                                                       << "C:\\Vorlagen\\";
+        QTest::newRow("Linux path gets a slash") << "/home/anna"
+                                                 << "/home/anna/";
+        QTest::newRow("backslash already there") << "C:\\Vorlagen\\"
+                                                 << "C:\\Vorlagen\\";
+        QTest::newRow("slash already there") << "/home/anna/"
+                                             << "/home/anna/";
+        QTest::newRow("a path ending in a backslash is left alone even on Linux") << "/home/anna\\"
+                                                                                  << "/home/anna\\";
+        QTest::newRow("mixed: follows the last separator") << "/daten\\Vorlagen"
+                                                           << "/daten\\Vorlagen\\";
+        QTest::newRow("drive only") << "C:"
+                                    << "C:/";
+        QTest::newRow("bare folder name") << "Vorlagen"
+                                          << "Vorlagen/";
+        QTest::newRow("empty becomes the root") << ""
+                                                << "/";
+    }
+    void trailingSeparator()
+    {
+        QFETCH(QString, path);
+        QFETCH(QString, expected);
+        QCOMPARE(VuEnsureTrailingSeparator(path), expected);
+    }
+
+    void fileExists()
+    {
+        TestEnvironment env;
+        const QString file = env.root() + QStringLiteral("/Brief.dotx");
+        {
+            QFile f(file);
+            QVERIFY(f.open(QIODevice::WriteOnly));
+        }
+        QVERIFY(VuFileExists(file));
+        QVERIFY(!VuFileExists(env.root() + QStringLiteral("/fehlt.dotx")));
+        QVERIFY(!VuFileExists(env.root())); // a folder is no file
+        QVERIFY(!VuFileExists(QString()));
+    }
+
+    void tokens_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("sep");
+        QTest::addColumn<QStringList>("tokens");
+        QTest::newRow("a|b|c then empty") << "a|b|c"
+                                          << "|" << QStringList{"a", "b", "c", "", ""};
+        QTest::newRow("one part") << "allein"
+                                  << "|" << QStringList{"allein", ""};
+        QTest::newRow("separator of several characters")
+            << "eins, zwei, drei"
+            << ", " << QStringList{"eins", "zwei", "drei", ""};
+        QTest::newRow("empty part looks like the end") << "a||b"
+                                                       << "|" << QStringList{"a", "", "b", ""};
+        QTest::newRow("trailing separator gives an empty last part")
+            << "a|b|"
+            << "|" << QStringList{"a", "b", "", ""};
+        QTest::newRow("case matters") << "xAyaz"
+                                      << "a" << QStringList{"xAy", "z", ""};
+    }
+    void tokens()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, sep);
+        QFETCH(QStringList, tokens);
+        QStringList got{VuGetNextToken(text, sep)};
+        while (got.size() < tokens.size())
+            got << VuGetNextToken(QString(), sep);
+        QCOMPARE(got, tokens);
+    }
+
+    void newTextStartsANewScan()
+    {
+        QCOMPARE(VuGetNextToken(QStringLiteral("a|b|c"), QStringLiteral("|")), QStringLiteral("a"));
+        QCOMPARE(VuGetNextToken(QStringLiteral("x|y"), QStringLiteral("|")), QStringLiteral("x"));
+        QCOMPARE(VuGetNextToken(QString(), QStringLiteral("|")), QStringLiteral("y"));
+        QCOMPARE(VuGetNextToken(QString(), QStringLiteral("|")), QString());
+    }
+
+    void keyValue_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("token");
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<QString>("value");
+        QTest::newRow("key and value") << "Absender=Anna Muster"
+                                       << "Absender=Anna Muster"
+                                       << "Absender"
+                                       << "Anna Muster";
+        QTest::newRow("first = splits") << "Formel=a=b"
+                                        << "Formel=a=b"
+                                        << "Formel"
+                                        << "a=b";
+        QTest::newRow("empty value") << "Durchwahl="
+                                     << "Durchwahl="
+                                     << "Durchwahl"
+                                     << "";
+        QTest::newRow("=x sets nothing") << "=x"
+                                         << "=x"
+                                         << "alt"
+                                         << "alt";
+        QTest::newRow("no = sets nothing") << "ohne"
+                                           << "ohne"
+                                           << "alt"
+                                           << "alt";
+    }
+    void keyValue()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, token);
+        QFETCH(QString, key);
+        QFETCH(QString, value);
+        QString k = QStringLiteral("alt"), v = QStringLiteral("alt");
+        QCOMPARE(VuGetNextKeyValue(text, QStringLiteral("|"), k, v), token);
+        QCOMPARE(k, key);
+        QCOMPARE(v, value);
+    }
+
+    void keyValueWalksAList()
+    {
+        QString key, value;
+        QStringList pairs;
+        QString token =
+            VuGetNextKeyValue(QStringLiteral("Name=Anna|Abteilung=Einkauf|Durchwahl=42"),
+                              QStringLiteral("|"), key, value);
+        while (!token.isEmpty()) {
+            pairs << key + QLatin1Char(':') + value;
+            token = VuGetNextKeyValue(QString(), QStringLiteral("|"), key, value);
+        }
+        QCOMPARE(pairs, (QStringList{"Name:Anna", "Abteilung:Einkauf", "Durchwahl:42"}));
+    }
+
+    // Compared with what the system's own tools say.
+    void systemNames()
+    {
+        QProcess who;
+        who.start(QStringLiteral("id"), {QStringLiteral("-un")});
+        if (!who.waitForFinished(5000) || who.exitCode() != 0)
+            QSKIP("id is not available");
+        QCOMPARE(VuGetLoginName(), QString::fromLocal8Bit(who.readAllStandardOutput()).trimmed());
+
+        QFile hostname(QStringLiteral("/proc/sys/kernel/hostname"));
+        QVERIFY(hostname.open(QIODevice::ReadOnly));
+        QCOMPARE(VuGetComputerName(), QString::fromLocal8Bit(hostname.readAll()).trimmed());
+    }
+};
+
+QTEST_GUILESS_MAIN(TstTextUtil)
+#include "tst_textutil.moc"

@@ -135,7 +135,16 @@ bool endsWithSoftBreak(QByteArrayView content)
 bool isBase64Header(QByteArrayView content)
 {
     const QByteArrayView h = header(content);
-    return containsNoCase(h, "BASE64") || containsNoCase(h, "ENCODING=B");
+    for (const QByteArray& part : h.toByteArray().split(';')) {
+        QByteArrayView token = QByteArrayView(part).trimmed();
+        const qsizetype eq = token.indexOf('=');
+        if (eq >= 0)
+            token = token.sliced(eq + 1);
+        if (token.compare("B", Qt::CaseInsensitive) == 0 ||
+            token.compare("BASE64", Qt::CaseInsensitive) == 0)
+            return true;
+    }
+    return false;
 }
 
 enum class SeenVersion { None, V21, V30, V40 };

@@ -1,6 +1,7 @@
 #include "contacts/ContactItem.h"
 
 #include "contacts/VCardText.h"
+#include "contacts/VCardWriter.h"
 
 #include <QCryptographicHash>
 #include <QHash>
@@ -456,8 +457,9 @@ QString joined(const QStringList& values, QStringView sep)
     return nonEmpty.join(sep);
 }
 
-// Outlook 2003 writes no X-MS- line. Its 2.1 cards have no PRODID, a REV in the basic UTC
-// form (20121012T210525Z) and none of the marks other 2.1 exporters leave.
+// Outlook 2003 writes no X-MS- line. Its cards have no PRODID, a REV in the basic UTC form
+// (20121012T210525Z) and none of the marks other exporters leave. The test does not look at
+// the version, so the card reads the same after it was written back as 3.0.
 bool looksLikeOldOutlook(const VCard& card)
 {
     bool basicRev = false;
@@ -542,7 +544,7 @@ const ContactItem::Mapping& ContactItem::mapping() const
             QByteArrayView(p.name).first(5).compare("X-MS-", Qt::CaseInsensitive) == 0)
             m->fromOutlook = true;
     }
-    if (!m->fromOutlook && m_card.version() == VCardVersion::V21)
+    if (!m->fromOutlook)
         m->fromOutlook = looksLikeOldOutlook(m_card);
 
     // Addresses.
@@ -849,8 +851,10 @@ QVariant ContactItem::value(QStringView propertyName) const
         return f->a < c.size() ? joined(c[f->a], u" ") : QString();
     }
     case Kind::FullName: {
+        // Without FN the name the writer will compose (FN is mandatory in 3.0 and 4.0).
         const VCardProperty* fn = m_card.find("FN");
-        return fn ? fn->text().trimmed() : QString();
+        const QString text = fn ? fn->text().trimmed() : QString();
+        return text.isEmpty() ? VCardWriter::composedFullName(m_card) : text;
     }
     case Kind::OrgPart: {
         // ORG has no value lists (RFC 2426 3.5.5, RFC 6350 6.6.4): an unescaped comma, as

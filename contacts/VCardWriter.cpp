@@ -40,7 +40,9 @@ bool canKeepRaw(const VCardProperty& p, VCardVersion source, VCardVersion target
     return source == VCardVersion::V21 && p.rawIsPortable;
 }
 
-QString composedFullName(const VCard& card)
+} // namespace
+
+QString VCardWriter::composedFullName(const VCard& card)
 {
     if (const VCardProperty* n = card.find("N")) {
         const QStringList c = n->components();
@@ -62,8 +64,6 @@ QString composedFullName(const VCard& card)
         return email->text();
     return QString();
 }
-
-} // namespace
 
 VCardVersion VCardWriter::targetVersion(const VCard& card)
 {

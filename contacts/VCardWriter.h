@@ -28,6 +28,9 @@ public:
 
     // The version a card is written in.
     static VCardVersion targetVersion(const VCard& card);
+    // The FN written for a card without one: prefix, given, additional, family and suffix
+    // name, else the company, else the first e-mail address.
+    static QString composedFullName(const VCard& card);
     // One line as written (folded, ending in CRLF).
     static QByteArray serialize(const VCardProperty& property, VCardVersion target);
 };

@@ -1027,8 +1027,15 @@ bool ContactItem::setValue(QStringView propertyName, const QVariant& v)
     }
     case Kind::Phone: {
         const int i = m.tel[f->a];
+        // Business/Home and their "2" are positional: deleting the first would move the
+        // second up on the next read, so the first keeps an empty line then.
+        const int next = f->a == TelBusiness ? m.tel[TelBusiness2]
+                         : f->a == TelHome   ? m.tel[TelHome2]
+                                             : -1;
         if (i >= 0) {
-            if (clear) {
+            if (clear && next >= 0) {
+                props[i].setText(QString());
+            } else if (clear) {
                 m_card.removeAt(i);
             } else {
                 props[i].removeParameter("VALUE");
@@ -1042,7 +1049,9 @@ bool ContactItem::setValue(QStringView propertyName, const QVariant& v)
     }
     case Kind::Email: {
         if (f->a < m.emails.size()) {
-            if (clear)
+            if (clear && f->a + 1 < m.emails.size())
+                props[m.emails[f->a]].setText(QString()); // positional, as above
+            else if (clear)
                 m_card.removeAt(m.emails[f->a]);
             else
                 props[m.emails[f->a]].setText(text);

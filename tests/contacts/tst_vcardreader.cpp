@@ -22,6 +22,7 @@ private slots:
     void base64IsKeptUndecoded();
     void lineWithoutColonIsKeptUninterpreted();
     void peekDecodesOneProperty();
+    void agentCardStaysInsideItsCard();
     void utf16FileIsRead();
     void corpus_data();
     void corpus();
@@ -313,6 +314,22 @@ void TstVCardReader::lineWithoutColonIsKeptUninterpreted()
     QVERIFY(card.properties()[1].malformed);
     QCOMPARE(card.properties()[1].raw, QByteArray("FN"));
     QCOMPARE(card.find("UID")->text(), "pas-id-1");
+}
+
+void TstVCardReader::agentCardStaysInsideItsCard()
+{
+    // A 2.1 AGENT embeds a whole card; it is neither a contact of its own nor a truncation.
+    const QByteArray input = "BEGIN:VCARD\r\nVERSION:2.1\r\nFN:Boss\r\nAGENT:\r\n"
+                             "BEGIN:VCARD\r\nVERSION:2.1\r\nFN:Assistant\r\nEND:VCARD\r\n"
+                             "TEL:1\r\nEND:VCARD\r\nBEGIN:VCARD\r\nFN:Next\r\nEND:VCARD\r\n";
+    const VCardReader::Result r = VCardReader::read(input);
+    QVERIFY(r.issues.isEmpty());
+    QCOMPARE(r.cards.size(), 2);
+    QCOMPARE(r.cards[0].indexesOf("FN").size(), 1);
+    QCOMPARE(r.cards[0].find("FN")->text(), "Boss");
+    QCOMPARE(r.cards[0].find("TEL")->text(), "1");
+    QVERIFY(r.cards[0].find("AGENT"));
+    QCOMPARE(r.cards[1].find("FN")->text(), "Next");
 }
 
 void TstVCardReader::peekDecodesOneProperty()

@@ -279,15 +279,16 @@ QByteArray OoxmlDocument::package() const
 {
     ensureUsable();
     const OoxmlPackage& package = m_template->package();
-    OoxmlZipWriter writer(m_session->compressionLevel);
+    OoxmlZipWriter writer;
     for (const OoxmlPackage::Entry& entry : package.entries()) {
         if (m_template->isDropped(entry.name))
             continue;
         const int part = m_template->partIndex(entry.name);
         if (part >= 0 && m_changedParts[std::size_t(part)]) {
-            writer.addData(entry.name, OoxmlXml::serialize(*m_parts[std::size_t(part)]));
-        } else if (const std::string* replacement = m_template->replacement(entry.name)) {
-            writer.addBorrowed(entry.name, *replacement);
+            writer.addData(entry.name, OoxmlXml::serialize(*m_parts[std::size_t(part)]),
+                           m_session->compressionLevel);
+        } else if (const auto* replacement = m_template->replacement(entry.name)) {
+            writer.addCompressed(entry.name, *replacement);
         } else {
             writer.addCopy(entry.name, package.archive(), entry.index);
         }

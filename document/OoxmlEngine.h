@@ -35,7 +35,7 @@ public:
 
     void setLimits(const OoxmlLimits& limits);
     OoxmlLimits limits() const { return m_limits; }
-    // Deflate level of rewritten entries (1 fastest .. 9 smallest; default 6).
+    // Deflate level of rewritten entries (1 fastest .. 9 smallest; default 1).
     void setCompressionLevel(int level);
     // Whether a saved document is flushed to the disk before it gets its name (default on).
     void setSyncToDisk(bool sync);

@@ -12,6 +12,7 @@ struct OoxmlSession {
     QString outputFolder;
     bool outputFolderIsDefault = true;
     DocumentEngine::Opener opener;
-    int compressionLevel = 6;
+    // Rewritten parts are small and written often: fast deflate over the last few bytes.
+    int compressionLevel = 1;
     bool syncToDisk = true;
 };

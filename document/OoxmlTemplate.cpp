@@ -67,7 +67,7 @@ int OoxmlTemplate::partIndex(const std::string& entryName) const
     return it == m_partByName.end() ? -1 : it->second;
 }
 
-const std::string* OoxmlTemplate::replacement(const std::string& entryName) const
+const OoxmlZipWriter::Compressed* OoxmlTemplate::replacement(const std::string& entryName) const
 {
     const auto it = m_replacements.find(entryName);
     return it == m_replacements.end() ? nullptr : &it->second;
@@ -215,7 +215,8 @@ void OoxmlTemplate::read(const OoxmlLimits& limits)
     if (!mainOverride.attribute("ContentType"))
         mainOverride.append_attribute("ContentType");
     mainOverride.attribute("ContentType").set_value(documentMainType);
-    m_replacements[typesEntry->name] = OoxmlXml::serialize(contentTypes);
+    m_replacements[typesEntry->name] =
+        OoxmlZipWriter::compress(OoxmlXml::serialize(contentTypes), 9);
 
     if (m_settingsPart >= 0) {
         for (pugi::xml_node node : part(m_settingsPart).dom.document_element().children()) {
@@ -296,7 +297,7 @@ void OoxmlTemplate::dropMacros(pugi::xml_document& contentTypes)
             rel = next;
         }
         if (changed)
-            m_replacements[entry.name] = OoxmlXml::serialize(rels);
+            m_replacements[entry.name] = OoxmlZipWriter::compress(OoxmlXml::serialize(rels), 9);
     }
 
     for (pugi::xml_node node = root.first_child(); node;) {

@@ -2,6 +2,7 @@
 
 #include "document/OoxmlLimits.h"
 #include "document/OoxmlPackage.h"
+#include "document/OoxmlZipWriter.h"
 
 #include <QStringList>
 #include <memory>
@@ -41,8 +42,9 @@ public:
 
     // Entries that are left out of a saved document (macros and what refers to them only).
     bool isDropped(const std::string& entryName) const { return m_dropped.count(entryName) > 0; }
-    // New content for an entry when saved as a document (content types, relationships).
-    const std::string* replacement(const std::string& entryName) const;
+    // New content for an entry when saved as a document (content types, relationships),
+    // compressed once for all documents.
+    const OoxmlZipWriter::Compressed* replacement(const std::string& entryName) const;
 
     // Visible bookmark names of all text parts, sorted as in Word.
     const QStringList& bookmarkNames() const { return m_bookmarkNames; }
@@ -64,7 +66,7 @@ private:
     std::unordered_map<std::string, int> m_partByName;
     int m_settingsPart = -1;
     std::unordered_set<std::string> m_dropped;
-    std::unordered_map<std::string, std::string> m_replacements;
+    std::unordered_map<std::string, OoxmlZipWriter::Compressed> m_replacements;
     QStringList m_bookmarkNames;
     bool m_protected = false;
 };

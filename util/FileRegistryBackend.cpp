@@ -14,6 +14,7 @@
 #include <QStandardPaths>
 #include <QSysInfo>
 
+#include <algorithm>
 #include <pwd.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -56,6 +57,13 @@ bool isPredefined(HKey key)
     return !rootNameOf(key).isEmpty();
 }
 
+// A line break in a name would split its line in the file and make the whole file
+// unreadable on the next start, so such names are refused.
+bool hasControlCharacters(const QString& name)
+{
+    return std::any_of(name.begin(), name.end(), [](QChar c) { return c.unicode() < 0x20; });
+}
+
 // A sub-key path as the registry takes it: parts separated by "\", one trailing "\"
 // allowed, no empty parts, each part at most 255 characters.
 long splitPath(const QString& subKey, QStringList& parts)
@@ -70,7 +78,7 @@ long splitPath(const QString& subKey, QStringList& parts)
     for (const QString& part : std::as_const(parts)) {
         if (part.isEmpty())
             return Reg::BadPathname;
-        if (part.size() > 255)
+        if (part.size() > 255 || hasControlCharacters(part))
             return Reg::InvalidParameter;
     }
     return Reg::Success;
@@ -619,6 +627,8 @@ long FileRegistryBackend::setValue(HKey key, const QString& valueName, quint32 t
     Store& store = *storeOf(base.root);
     if (store.readOnly)
         return Reg::AccessDenied;
+    if (hasControlCharacters(valueName))
+        return Reg::InvalidParameter;
 
     RegistryValue value;
     value.name = valueName;

@@ -347,6 +347,8 @@ private Q_SLOTS:
         QTest::newRow("a closed handle") << "closed handle" << Reg::InvalidHandle;
         QTest::newRow("a key another copy removed") << "removed key" << Reg::KeyDeleted;
         QTest::newRow("dword with a wrong size") << "dword size" << Reg::InvalidParameter;
+        QTest::newRow("value name with a line break") << "name break" << Reg::InvalidParameter;
+        QTest::newRow("key name with a line break") << "key break" << Reg::InvalidParameter;
     }
     void callsKeepTheirStatusCodes()
     {
@@ -385,7 +387,11 @@ private Q_SLOTS:
         } else if (call == u"removed key") {
             writeFile(userFile(), "REGEDIT4\n\n[HKEY_CURRENT_USER\\Software\\KVAR]\n");
             got = b->queryValue(key, QStringLiteral("A"), &type, nullptr, &size);
-        } else if (call == u"dword size")
+        } else if (call == u"name break")
+            got = b->setValue(key, QStringLiteral("A\nB"), Reg::TypeSz, d, 1);
+        else if (call == u"key break")
+            got = b->createKey(key, QStringLiteral("A\nB"), Reg::AllSpecific, other, nullptr);
+        else if (call == u"dword size")
             got = b->setValue(key, QStringLiteral("N"), Reg::TypeDword, d, 2);
         QCOMPARE(got, status);
     }
@@ -448,7 +454,7 @@ private Q_SLOTS:
         QFETCH(long, status);
         auto b = newBackend();
         createAppKey(*b);
-        b->setLockTimeout(3000);
+        b->setLockTimeout(1500);
         const QString lockPath = userFile() + QStringLiteral(".lock");
         QLockFile live(lockPath);
         if (heldByLiveWriter) {
@@ -463,7 +469,7 @@ private Q_SLOTS:
         QElapsedTimer clock;
         clock.start();
         QCOMPARE(setText(*b, kAppKey, QStringLiteral("A"), QStringLiteral("1")), status);
-        QVERIFY(clock.elapsed() < 3000 || heldByLiveWriter);
+        QVERIFY(clock.elapsed() < 1500 || heldByLiveWriter);
         QCOMPARE(valueOf(*b, kAppKey, QStringLiteral("A")).isEmpty(), heldByLiveWriter);
     }
 

@@ -276,16 +276,12 @@ HKey FileRegistryBackend::newHandle(const OpenKey& key)
 
 FileRegistryBackend::FileIdentity FileRegistryBackend::identityOf(const QString& path)
 {
-    FileIdentity id;
     struct stat st {
     };
     if (::stat(QFile::encodeName(path).constData(), &st) != 0)
-        return id;
-    id.exists = true;
-    id.inode = quint64(st.st_ino);
-    id.size = qint64(st.st_size);
-    id.mtimeNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
-    return id;
+        return FileIdentity();
+    return FileIdentity{true, quint64(st.st_ino), qint64(st.st_size),
+                        qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
 }
 
 // Brings the store up to the file on disk, reading it only when it changed.
@@ -317,15 +313,13 @@ long FileRegistryBackend::load(Store& store, bool locked)
         addStandardKeys(store);
         return Reg::Success;
     }
+    // The identity of what is read, not of what lies there a moment later.
     FileIdentity id;
     struct stat st {
     };
-    if (::fstat(file.handle(), &st) == 0) {
-        id.exists = true;
-        id.inode = quint64(st.st_ino);
-        id.size = qint64(st.st_size);
-        id.mtimeNs = qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec;
-    }
+    if (::fstat(file.handle(), &st) == 0)
+        id = FileIdentity{true, quint64(st.st_ino), qint64(st.st_size),
+                          qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
     const QByteArray content = file.readAll();
     file.close();
     store.identity = id;

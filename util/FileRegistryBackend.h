@@ -24,13 +24,20 @@ using RegistryReporter = std::function<void(const QString& germanText)>;
 //     RegisteredOrganization = empty. So the system's own reading of those values works
 //     unchanged.
 //   HKEY_CURRENT_USER always has the key Software, as every Windows profile has.
+//   HKEY_CLASSES_ROOT is a file of its own, not Windows' merged view of the classes keys.
 //   Remote computers: none can be reached; connectRegistry gives 53.
+//
+// Access rights are checked as Windows checks them, per call on the handle's rights:
+// querying needs Reg::QueryValue, setting and deleting values Reg::SetValue, creating
+// sub-keys Reg::CreateSubKey, enumerating Reg::EnumerateSubKeys; otherwise 5. Names
+// holding control characters are refused with 87 (they would break the file's lines).
 //
 // Writes never lose data, also with several running copies: each one takes a lock file
 // (QLockFile, "<file>.lock"), reads the file afresh, applies its one change and writes the
 // whole file under a temporary name that is renamed over the old one (QSaveFile). A writer
-// killed at any moment leaves the old or the new file, both complete. A write that changes
-// nothing writes nothing.
+// killed at any moment leaves the old or the new file, both complete; its lock is taken over
+// by the next writer. A write that changes nothing writes nothing. A lock not given up in
+// time gives 33, a file that cannot be written 5 or 1016.
 //
 // Reads see what other processes wrote: before each call the file's identity (inode, size,
 // modification time; every write renames a new file into place) is compared with the one

@@ -150,6 +150,17 @@ bool ClsRegistry::keyIsSet()
     return true;
 }
 
+bool ClsRegistry::openCurrentKey(HKey hRoot, quint32 lAccess, HKey& hKey)
+{
+    const long lStatus = m_backend->openKey(hRoot, m_sKey, lAccess, hKey);
+    if (lStatus != Reg::Success) {
+        composeError(lStatus, QStringLiteral("Öffnen"));
+        return false;
+    }
+    m_sErrorDescription.clear();
+    return true;
+}
+
 bool ClsRegistry::ConnectRemoteComputer(const QString& sRemoteComputer)
 {
     if (m_hRemoteKey)
@@ -202,12 +213,8 @@ bool ClsRegistry::EnumKeys(bool bStartEnum, QString& sKeyName)
             m_hEnumKey = 0;
         }
         HKey hKey = 0;
-        const long lStatus = m_backend->openKey(readRoot(), m_sKey, kAccessEnum, hKey);
-        if (lStatus != Reg::Success) {
-            composeError(lStatus, QStringLiteral("Öffnen"));
+        if (!openCurrentKey(readRoot(), kAccessEnum, hKey))
             return false;
-        }
-        m_sErrorDescription.clear();
         m_hEnumKey = hKey;
         m_lEnumIndex = 0;
     } else if (!m_hEnumKey) {
@@ -242,15 +249,11 @@ bool ClsRegistry::CreateSubKey(const QString& sNewKey)
     if (!keyIsSet())
         return false;
     HKey hKey = 0;
-    long lStatus = m_backend->openKey(m_hRootKey, m_sKey, kAccessCreate, hKey);
-    if (lStatus != Reg::Success) {
-        composeError(lStatus, QStringLiteral("Öffnen"));
+    if (!openCurrentKey(m_hRootKey, kAccessCreate, hKey))
         return false;
-    }
-    m_sErrorDescription.clear();
     HKey hNewKey = 0;
     bool bCreated = false;
-    lStatus = m_backend->createKey(hKey, sNewKey, kAccessCreateNew, hNewKey, &bCreated);
+    const long lStatus = m_backend->createKey(hKey, sNewKey, kAccessCreateNew, hNewKey, &bCreated);
     m_backend->closeKey(hKey);
     if (lStatus != Reg::Success) {
         composeError(lStatus, QStringLiteral("Anlegen"));
@@ -266,17 +269,12 @@ bool ClsRegistry::GetString(const QString& sName, QString& sValue)
     if (!keyIsSet())
         return false;
     HKey hKey = 0;
-    long lStatus = m_backend->openKey(readRoot(), m_sKey, kAccessGet, hKey);
-    if (lStatus != Reg::Success) {
-        composeError(lStatus, QStringLiteral("Öffnen"));
+    if (!openCurrentKey(readRoot(), kAccessGet, hKey))
         return false;
-    }
-    m_sErrorDescription.clear();
-
     QString vValue;
     quint32 lType = 0;
     quint32 lSize = 0;
-    lStatus = m_backend->queryValue(hKey, sName, &lType, nullptr, &lSize);
+    long lStatus = m_backend->queryValue(hKey, sName, &lType, nullptr, &lSize);
     if (lStatus == Reg::Success) {
         if (lType == Reg::TypeSz) {
             RegistryData buffer;
@@ -336,16 +334,13 @@ bool ClsRegistry::SetString(const QString& sName, const QString& sValue)
     if (!keyIsSet())
         return false;
     HKey hKey = 0;
-    long lStatus = m_backend->openKey(m_hRootKey, m_sKey, kAccessSet, hKey);
-    if (lStatus != Reg::Success) {
-        composeError(lStatus, QStringLiteral("Öffnen"));
+    if (!openCurrentKey(m_hRootKey, kAccessSet, hKey))
         return false;
-    }
-    m_sErrorDescription.clear();
     RegistryData data;
     data.text = sValue.isEmpty() ? kNull : sValue;
     // The length includes the terminating zero.
-    lStatus = m_backend->setValue(hKey, sName, Reg::TypeSz, data, quint32(data.text.size() + 1));
+    const long lStatus =
+        m_backend->setValue(hKey, sName, Reg::TypeSz, data, quint32(data.text.size() + 1));
     m_backend->closeKey(hKey);
     if (lStatus != Reg::Success) {
         composeError(lStatus, QStringLiteral("Setzen von ") + sName);
@@ -365,13 +360,9 @@ bool ClsRegistry::DeleteValue(const QString& sName)
     if (!keyIsSet())
         return false;
     HKey hKey = 0;
-    long lStatus = m_backend->openKey(m_hRootKey, m_sKey, kAccessDelete, hKey);
-    if (lStatus != Reg::Success) {
-        composeError(lStatus, QStringLiteral("Öffnen"));
+    if (!openCurrentKey(m_hRootKey, kAccessDelete, hKey))
         return false;
-    }
-    m_sErrorDescription.clear();
-    lStatus = m_backend->deleteValue(hKey, sName);
+    const long lStatus = m_backend->deleteValue(hKey, sName);
     m_backend->closeKey(hKey);
     if (lStatus != Reg::Success) {
         composeError(lStatus, QStringLiteral("Löschen von ") + sName);

@@ -70,6 +70,8 @@ public:
 private:
     bool keyIsSet();
     void composeError(long lStatus, const QString& sOperation);
+    // Opens Key below hRoot; a failure composes "Öffnen", a success empties the error text.
+    bool openCurrentKey(HKey hRoot, quint32 lAccess, HKey& hKey);
     HKey readRoot() const { return m_hRemoteKey ? m_hRemoteKey : m_hRootKey; }
 
     std::shared_ptr<RegistryBackend> m_backend;

@@ -267,6 +267,34 @@ long FileRegistryBackend::resolve(HKey key, OpenKey& out) const
     return Reg::Success;
 }
 
+// The key behind `key` as the file holds it now, when the handle carries `right`.
+long FileRegistryBackend::readableKey(HKey key, quint32 right, const RegistryNode*& node)
+{
+    OpenKey base;
+    if (const long status = resolve(key, base))
+        return status;
+    if (!(base.access & right))
+        return Reg::AccessDenied;
+    Store& store = *storeOf(base.root);
+    if (const long status = refresh(store))
+        return status;
+    node = findNode(store.tree, base.path);
+    return node ? Reg::Success : Reg::KeyDeleted;
+}
+
+// The store and path behind `key` for a change that needs `right`.
+long FileRegistryBackend::writableKey(HKey key, quint32 right, Store*& store, QStringList& path)
+{
+    OpenKey base;
+    if (const long status = resolve(key, base))
+        return status;
+    if (!(base.access & right))
+        return Reg::AccessDenied;
+    store = storeOf(base.root);
+    path = base.path;
+    return store->readOnly ? Reg::AccessDenied : Reg::Success;
+}
+
 HKey FileRegistryBackend::newHandle(const OpenKey& key)
 {
     const HKey handle = m_nextHandle++;
@@ -549,17 +577,9 @@ long FileRegistryBackend::queryValue(HKey key, const QString& valueName, quint32
                                      RegistryData* data, quint32* size)
 {
     ReportFlush flush{[this] { flushReports(); }};
-    OpenKey base;
-    if (const long status = resolve(key, base))
+    const RegistryNode* node = nullptr;
+    if (const long status = readableKey(key, Reg::QueryValue, node))
         return status;
-    if (!(base.access & Reg::QueryValue))
-        return Reg::AccessDenied;
-    Store& store = *storeOf(base.root);
-    if (const long status = refresh(store))
-        return status;
-    const RegistryNode* node = findNode(store.tree, base.path);
-    if (!node)
-        return Reg::KeyDeleted;
     const int index = node->valueIndex(valueName);
     if (index < 0)
         return Reg::FileNotFound;
@@ -613,14 +633,10 @@ long FileRegistryBackend::setValue(HKey key, const QString& valueName, quint32 t
                                    const RegistryData& data, quint32 size)
 {
     ReportFlush flush{[this] { flushReports(); }};
-    OpenKey base;
-    if (const long status = resolve(key, base))
+    Store* store = nullptr;
+    QStringList path;
+    if (const long status = writableKey(key, Reg::SetValue, store, path))
         return status;
-    if (!(base.access & Reg::SetValue))
-        return Reg::AccessDenied;
-    Store& store = *storeOf(base.root);
-    if (store.readOnly)
-        return Reg::AccessDenied;
     if (hasControlCharacters(valueName))
         return Reg::InvalidParameter;
 
@@ -641,7 +657,7 @@ long FileRegistryBackend::setValue(HKey key, const QString& valueName, quint32 t
         value.data.bytes = data.bytes.left(qsizetype(size));
         break;
     }
-    return modify(store, base.path, [&](RegistryNode& node, bool& changed) {
+    return modify(*store, path, [&](RegistryNode& node, bool& changed) {
         const int index = node.valueIndex(valueName);
         if (index < 0) {
             node.values.append(value);
@@ -659,15 +675,11 @@ long FileRegistryBackend::setValue(HKey key, const QString& valueName, quint32 t
 long FileRegistryBackend::deleteValue(HKey key, const QString& valueName)
 {
     ReportFlush flush{[this] { flushReports(); }};
-    OpenKey base;
-    if (const long status = resolve(key, base))
+    Store* store = nullptr;
+    QStringList path;
+    if (const long status = writableKey(key, Reg::SetValue, store, path))
         return status;
-    if (!(base.access & Reg::SetValue))
-        return Reg::AccessDenied;
-    Store& store = *storeOf(base.root);
-    if (store.readOnly)
-        return Reg::AccessDenied;
-    return modify(store, base.path, [&](RegistryNode& node, bool& changed) {
+    return modify(*store, path, [&](RegistryNode& node, bool& changed) {
         const int index = node.valueIndex(valueName);
         if (index < 0)
             return Reg::FileNotFound;
@@ -680,17 +692,9 @@ long FileRegistryBackend::deleteValue(HKey key, const QString& valueName)
 long FileRegistryBackend::enumKey(HKey key, quint32 index, QString& name, quint32 bufferChars)
 {
     ReportFlush flush{[this] { flushReports(); }};
-    OpenKey base;
-    if (const long status = resolve(key, base))
+    const RegistryNode* node = nullptr;
+    if (const long status = readableKey(key, Reg::EnumerateSubKeys, node))
         return status;
-    if (!(base.access & Reg::EnumerateSubKeys))
-        return Reg::AccessDenied;
-    Store& store = *storeOf(base.root);
-    if (const long status = refresh(store))
-        return status;
-    const RegistryNode* node = findNode(store.tree, base.path);
-    if (!node)
-        return Reg::KeyDeleted;
     if (index >= node->children.size())
         return Reg::NoMoreItems;
     const QString& found = node->children[index].name;

@@ -117,6 +117,8 @@ private:
 
     Store* storeOf(HKey root);
     long resolve(HKey key, OpenKey& out) const;
+    long readableKey(HKey key, quint32 right, const RegistryNode*& node);
+    long writableKey(HKey key, quint32 right, Store*& store, QStringList& path);
     long refresh(Store& store);
     long load(Store& store, bool locked);
     long modify(Store& store, const QStringList& path,

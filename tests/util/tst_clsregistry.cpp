@@ -1,5 +1,6 @@
 #include "tests/support/ScriptedUserInterface.h"
 #include "tests/support/TestEnvironment.h"
+#include "tests/util/RegistryTestFiles.h"
 #include "util/AppInfo.h"
 #include "util/ClsRegistry.h"
 #include "util/FileRegistryBackend.h"
@@ -101,20 +102,6 @@ bool runOperation(ClsRegistry& reg, const QString& call, QString& out)
     if (op == u"Connect")
         return reg.ConnectRemoteComputer(name);
     return true;
-}
-
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-void writeFile(const QString& path, const QByteArray& content)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    if (f.open(QIODevice::WriteOnly | QIODevice::Truncate))
-        f.write(content);
 }
 
 } // namespace
@@ -671,20 +658,6 @@ private Q_SLOTS:
         check.setKey(kAppKey);
         QCOMPARE(check.GetOptString(QStringLiteral("CurrentVersion")),
                  first ? AppInfo::versionText() : QStringLiteral("0.9.1"));
-    }
-
-    void registerAppWritesThisFile()
-    {
-        m_ui->answer(Mb::Ok);
-        ClsRegistry reg(fileBackend());
-        reg.setCompanyDescription(QStringLiteral("Fahlbeck"));
-        bool bFirst = false;
-        QVERIFY(reg.RegisterApp(true, bFirst, QString()));
-        QCOMPARE(readAll(userFile()),
-                 "REGEDIT4\n\n[HKEY_CURRENT_USER\\Software]\n\n"
-                 "[HKEY_CURRENT_USER\\Software\\KVAR]\n\"Description\"=\"Fahlbeck\"\n\n"
-                 "[HKEY_CURRENT_USER\\Software\\KVAR\\Zettelwerk]\n\"CurrentVersion\"=\"" +
-                     AppInfo::versionText().toUtf8() + "\"\n\n");
     }
 
     void windowsInfo_data()

@@ -1,0 +1,544 @@
+#include "tests/support/TestEnvironment.h"
+#include "tests/util/RegistryTestFiles.h"
+#include "util/ClsRegistry.h"
+#include "util/FileRegistryBackend.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QLockFile>
+#include <QProcess>
+#include <QRegularExpression>
+#include <QSysInfo>
+#include <QTest>
+#include <QThread>
+#include <cstdio>
+
+namespace
+{
+
+const QString kAppKey = QStringLiteral("Software\\KVAR\\Zettelwerk");
+
+// The text a writer process stores under its n-th value: long enough that a write takes a
+// while, distinct for every value, so that a torn file could not pass for a complete one.
+QString payload(const QString& prefix, int n)
+{
+    return QStringLiteral("%1-%2:").arg(prefix).arg(n) + QString(1500, QChar(u'a' + n % 26));
+}
+
+QString valueOf(FileRegistryBackend& backend, const QString& path, const QString& name,
+                long* status = nullptr)
+{
+    HKey key = 0;
+    long st = backend.openKey(Reg::CurrentUser, path, Reg::QueryValue, key);
+    QString text;
+    if (st == Reg::Success) {
+        quint32 type = 0, size = 0;
+        st = backend.queryValue(key, name, &type, nullptr, &size);
+        if (st == Reg::Success) {
+            RegistryData data;
+            st = backend.queryValue(key, name, &type, &data, &size);
+            text = data.text.left(qsizetype(size) - 1);
+        }
+        backend.closeKey(key);
+    }
+    if (status)
+        *status = st;
+    return text;
+}
+
+// The child side of the process tests: writes `count` values through the system's own
+// registry object and acknowledges each completed write on standard output.
+int runWriter(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    const QStringList args = app.arguments();
+    if (args.size() < 5)
+        return 2;
+    auto backend = std::make_shared<FileRegistryBackend>(args[2], args[2] + QStringLiteral("/m"));
+    backend->setReporter(
+        [](const QString& text) { std::fprintf(stderr, "report: %s\n", qPrintable(text)); });
+    ClsRegistry reg(backend);
+    reg.setKey(kAppKey);
+    const QString prefix = args[3];
+    const int count = args[4].toInt();
+    for (int i = 1; i <= count; ++i) {
+        if (!reg.SetString(prefix + QString::number(i), payload(prefix, i))) {
+            std::fprintf(stderr, "%s\n", qPrintable(reg.ErrorDescription()));
+            return 1;
+        }
+        std::printf("ok %d\n", i);
+        std::fflush(stdout);
+    }
+    return 0;
+}
+
+} // namespace
+
+class TstFileRegistryBackend : public QObject
+{
+    Q_OBJECT
+
+    QString folder() const { return m_env->configHome() + QStringLiteral("/KVAR/registry"); }
+    QString userFile() const { return folder() + QStringLiteral("/HKEY_CURRENT_USER.reg"); }
+    QString machineFolder() const { return m_env->root() + QStringLiteral("/machine"); }
+    std::shared_ptr<FileRegistryBackend> newBackend()
+    {
+        auto b = std::make_shared<FileRegistryBackend>(folder(), machineFolder());
+        b->setReporter([this](const QString& text) { m_reports << text; });
+        return b;
+    }
+    void createAppKey(FileRegistryBackend& b)
+    {
+        HKey key = 0;
+        QCOMPARE(b.createKey(Reg::CurrentUser, kAppKey, Reg::AllSpecific, key, nullptr),
+                 Reg::Success);
+        b.closeKey(key);
+    }
+    long setText(FileRegistryBackend& b, const QString& path, const QString& name,
+                 const QString& text)
+    {
+        HKey key = 0;
+        long st = b.openKey(Reg::CurrentUser, path, Reg::SetValue, key);
+        if (st)
+            return st;
+        RegistryData data;
+        data.text = text;
+        st = b.setValue(key, name, Reg::TypeSz, data, quint32(text.size() + 1));
+        b.closeKey(key);
+        return st;
+    }
+
+    std::unique_ptr<TestEnvironment> m_env;
+    QStringList m_reports;
+
+private Q_SLOTS:
+    void init()
+    {
+        m_env = std::make_unique<TestEnvironment>();
+        m_reports.clear();
+    }
+    void cleanup() { m_env.reset(); }
+
+    void defaultFolderFollowsTheConfigurationHome()
+    {
+        FileRegistryBackend b;
+        QCOMPARE(b.fileOf(Reg::CurrentUser), userFile());
+        QCOMPARE(b.fileOf(Reg::LocalMachine),
+                 QStringLiteral("/etc/xdg/KVAR/registry/HKEY_LOCAL_MACHINE.reg"));
+    }
+
+    // The file is the registry's own export format, readable and editable by a person.
+    void writesReadableRegeditText()
+    {
+        auto b = newBackend();
+        createAppKey(*b);
+        HKey key = 0;
+        QCOMPARE(b->openKey(Reg::CurrentUser, kAppKey, Reg::AllSpecific, key), Reg::Success);
+        RegistryData d;
+        d.text = QStringLiteral("C:\\Vorlagen\\\"Brief\".dotx");
+        QCOMPARE(b->setValue(key, QStringLiteral("Pfad"), Reg::TypeSz, d, d.text.size() + 1),
+                 Reg::Success);
+        d.text = QStringLiteral("Müller");
+        QCOMPARE(b->setValue(key, QStringLiteral("Name"), Reg::TypeSz, d, d.text.size() + 1),
+                 Reg::Success);
+        d.number = 10;
+        QCOMPARE(b->setValue(key, QStringLiteral("N"), Reg::TypeDword, d, 4), Reg::Success);
+        d.text = QStringLiteral("a\r\nb");
+        QCOMPARE(b->setValue(key, QStringLiteral("Zeilen"), Reg::TypeSz, d, d.text.size() + 1),
+                 Reg::Success);
+        d.text = QString();
+        QCOMPARE(b->setValue(key, QString(), Reg::TypeSz, d, 1), Reg::Success);
+        b->closeKey(key);
+
+        const QByteArray expected = "REGEDIT4\n\n"
+                                    "[HKEY_CURRENT_USER\\Software]\n\n"
+                                    "[HKEY_CURRENT_USER\\Software\\KVAR]\n\n"
+                                    "[HKEY_CURRENT_USER\\Software\\KVAR\\Zettelwerk]\n"
+                                    "\"Pfad\"=\"C:\\\\Vorlagen\\\\\\\"Brief\\\".dotx\"\n"
+                                    "\"Name\"=\"M\xc3\xbcller\"\n"
+                                    "\"N\"=dword:0000000a\n"
+                                    "\"Zeilen\"=hex(1):61,0d,0a,62,00\n"
+                                    "@=\"\"\n\n";
+        QCOMPARE(readAll(userFile()), expected);
+
+        // ... and reads back to the same values in a fresh object.
+        auto fresh = newBackend();
+        QCOMPARE(valueOf(*fresh, kAppKey, QStringLiteral("pfad")),
+                 QStringLiteral("C:\\Vorlagen\\\"Brief\".dotx"));
+        QCOMPARE(valueOf(*fresh, kAppKey, QStringLiteral("Zeilen")), QStringLiteral("a\r\nb"));
+        QCOMPARE(valueOf(*fresh, kAppKey, QStringLiteral("Name")), QStringLiteral("Müller"));
+        QVERIFY(m_reports.isEmpty());
+    }
+
+    void readsHandWrittenFiles_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("expected");
+        const QByteArray head = "REGEDIT4\n\n[HKEY_CURRENT_USER\\Software\\KVAR\\Zettelwerk]\n";
+        QTest::newRow("CR LF lines and a comment")
+            << QByteArray("REGEDIT4\r\n\r\n; Einstellungen\r\n"
+                          "[HKEY_CURRENT_USER\\Software\\KVAR\\Zettelwerk]\r\n\"A\"=\"x\"\r\n")
+            << "A"
+            << "x";
+        QTest::newRow("key names in other case")
+            << QByteArray(
+                   "REGEDIT4\n[hkey_current_user\\SOFTWARE\\kvar\\zettelwerk]\n\"A\"=\"y\"\n")
+            << "A"
+            << "y";
+        QTest::newRow("hex(1) continued over lines")
+            << head + "\"A\"=hex(1):48,61,\\\n  6c,6c,6f,00\n"
+            << "A"
+            << "Hallo";
+        QTest::newRow("windows-1252 export from Windows") << head + "\"A\"=\"Gr\xfc\xdf"
+                                                                    "e\"\n"
+                                                          << "A" << QStringLiteral("Grüße");
+        QTest::newRow("version 5 header") << QByteArray("Windows Registry Editor Version 5.00\n"
+                                                        "[HKEY_CURRENT_USER\\Software\\KVAR\\"
+                                                        "Zettelwerk]\n\"A\"=\"5\"\n")
+                                          << "A"
+                                          << "5";
+    }
+    void readsHandWrittenFiles()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, name);
+        QFETCH(QString, expected);
+        writeFile(userFile(), content);
+        auto b = newBackend();
+        long st = -1;
+        QCOMPARE(valueOf(*b, kAppKey, name, &st), expected);
+        QCOMPARE(st, Reg::Success);
+        QVERIFY(m_reports.isEmpty());
+        QCOMPARE(readAll(userFile()), content); // reading never rewrites
+    }
+
+    void corruptFileIsKeptAndReportedOnce_data()
+    {
+        QTest::addColumn<QByteArray>("content");
+        QTest::addColumn<QString>("fault");
+        const QByteArray head = "REGEDIT4\n\n[HKEY_CURRENT_USER\\Software\\KVAR]\n";
+        QTest::newRow("no header")
+            << QByteArray("[HKEY_CURRENT_USER\\Software]\n") << "Zeile 1: Kopfzeile REGEDIT4 fehlt";
+        QTest::newRow("string cut off") << head + "\"Description\"=\"Kvars"
+                                        << "Zeile 4: Zeichenkette ohne schließendes";
+        QTest::newRow("key line cut off") << QByteArray("REGEDIT4\n\n[HKEY_CURRENT_USER\\Softw")
+                                          << "Zeile 3: Schlüsselzeile ohne schließende Klammer";
+        QTest::newRow("dword too long") << head + "\"N\"=dword:123456789\n"
+                                        << "Zeile 4: ungültiger DWORD-Wert";
+        QTest::newRow("key of another root") << QByteArray("REGEDIT4\n[HKEY_LOCAL_MACHINE\\X]\n")
+                                             << "Zeile 2: Schlüssel nicht unter HKEY_CURRENT_USER";
+        QTest::newRow("value before any key")
+            << QByteArray("REGEDIT4\n\"A\"=\"1\"\n") << "Zeile 2: Wert ohne Schlüsselzeile";
+        QTest::newRow("binary garbage")
+            << QByteArray("REGEDIT4\n\x01\x02\x03\n", 13) << "Zeile 2: unbekannte Zeile";
+    }
+    void corruptFileIsKeptAndReportedOnce()
+    {
+        QFETCH(QByteArray, content);
+        QFETCH(QString, fault);
+        writeFile(userFile(), content);
+        auto b = newBackend();
+
+        HKey key = 0;
+        QCOMPARE(b->openKey(Reg::CurrentUser, QStringLiteral("Software\\KVAR"), Reg::Read, key),
+                 Reg::FileNotFound);
+        QCOMPARE(m_reports.size(), 1);
+        QVERIFY2(m_reports[0].contains(fault), qPrintable(m_reports[0]));
+        QVERIFY(m_reports[0].startsWith(QStringLiteral("Die Registry-Datei '") + userFile() +
+                                        QStringLiteral("' ist beschädigt")));
+        const QStringList backups = QDir(folder()).entryList(
+            {QStringLiteral("HKEY_CURRENT_USER.reg.defekt-*")}, QDir::Files);
+        QCOMPARE(backups.size(), 1);
+        QVERIFY(
+            QRegularExpression(QStringLiteral("^HKEY_CURRENT_USER\\.reg\\.defekt-\\d{8}-\\d{6}$"))
+                .match(backups[0])
+                .hasMatch());
+        const QString backup = folder() + u'/' + backups[0];
+        QCOMPARE(readAll(backup), content);
+        QVERIFY(m_reports[0].contains(backup));
+
+        // Further reads and a write go on with an empty store, report nothing more and leave
+        // the backup as it is.
+        QCOMPARE(b->openKey(Reg::CurrentUser, QStringLiteral("Software\\KVAR"), Reg::Read, key),
+                 Reg::FileNotFound);
+        createAppKey(*b);
+        QCOMPARE(setText(*b, kAppKey, QStringLiteral("A"), QStringLiteral("neu")), Reg::Success);
+        auto other = newBackend();
+        QCOMPARE(valueOf(*other, kAppKey, QStringLiteral("A")), QStringLiteral("neu"));
+        QCOMPARE(m_reports.size(), 1);
+        QCOMPARE(readAll(backup), content);
+    }
+
+    // A corrupt file found first by a writer is moved aside just the same.
+    void writeOverCorruptFileKeepsItFirst()
+    {
+        const QByteArray broken = "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"x\"=dword:zz\n";
+        writeFile(userFile(), broken);
+        auto b = newBackend();
+        HKey key = 0;
+        QCOMPARE(
+            b->createKey(Reg::CurrentUser, QStringLiteral("B"), Reg::AllSpecific, key, nullptr),
+            Reg::Success);
+        b->closeKey(key);
+        QCOMPARE(m_reports.size(), 1);
+        const QStringList backups =
+            QDir(folder()).entryList({QStringLiteral("*.defekt-*")}, QDir::Files);
+        QCOMPARE(backups.size(), 1);
+        QCOMPARE(readAll(folder() + u'/' + backups[0]), broken);
+        QCOMPARE(readAll(userFile()), QByteArray("REGEDIT4\n\n[HKEY_CURRENT_USER\\B]\n\n"
+                                                 "[HKEY_CURRENT_USER\\Software]\n\n"));
+    }
+
+    void namesCompareWithoutCase()
+    {
+        auto b = newBackend();
+        createAppKey(*b);
+        QCOMPARE(setText(*b, kAppKey, QStringLiteral("StartCount"), QStringLiteral("1")),
+                 Reg::Success);
+        QCOMPARE(setText(*b, QStringLiteral("SOFTWARE\\kvar\\ZETTELWERK"),
+                         QStringLiteral("startcount"), QStringLiteral("2")),
+                 Reg::Success);
+        HKey key = 0;
+        bool created = true;
+        QCOMPARE(b->createKey(Reg::CurrentUser, QStringLiteral("software\\Kvar"), Reg::AllSpecific,
+                              key, &created),
+                 Reg::Success);
+        QVERIFY(!created);
+        b->closeKey(key);
+        // One key, one value, spelled as first written.
+        QCOMPARE(readAll(userFile()), QByteArray("REGEDIT4\n\n[HKEY_CURRENT_USER\\Software]\n\n"
+                                                 "[HKEY_CURRENT_USER\\Software\\KVAR]\n\n"
+                                                 "[HKEY_CURRENT_USER\\Software\\KVAR\\Zettelwerk]"
+                                                 "\n\"StartCount\"=\"2\"\n\n"));
+    }
+
+    void callsKeepTheirStatusCodes_data()
+    {
+        QTest::addColumn<QString>("call");
+        QTest::addColumn<long>("status");
+        QTest::newRow("open with an empty part") << "open empty part" << Reg::BadPathname;
+        QTest::newRow("query into a short buffer") << "query short" << Reg::MoreData;
+        QTest::newRow("query without the read right") << "query no right" << Reg::AccessDenied;
+        QTest::newRow("set without the set right") << "set no right" << Reg::AccessDenied;
+        QTest::newRow("enumerate without the right") << "enum no right" << Reg::AccessDenied;
+        QTest::newRow("enumerate past the end") << "enum end" << Reg::NoMoreItems;
+        QTest::newRow("a closed handle") << "closed handle" << Reg::InvalidHandle;
+        QTest::newRow("a key another copy removed") << "removed key" << Reg::KeyDeleted;
+        QTest::newRow("dword with a wrong size") << "dword size" << Reg::InvalidParameter;
+        QTest::newRow("value name with a line break") << "name break" << Reg::InvalidParameter;
+        QTest::newRow("key name with a line break") << "key break" << Reg::InvalidParameter;
+    }
+    void callsKeepTheirStatusCodes()
+    {
+        QFETCH(QString, call);
+        QFETCH(long, status);
+        auto b = newBackend();
+        createAppKey(*b);
+        QCOMPARE(setText(*b, kAppKey, QStringLiteral("A"), QStringLiteral("Wert")), Reg::Success);
+        HKey key = 0;
+        QCOMPARE(b->openKey(Reg::CurrentUser, kAppKey,
+                            call.contains(QStringLiteral("no right")) ? Reg::CreateSubKey
+                                                                      : Reg::AllSpecific,
+                            key),
+                 Reg::Success);
+        quint32 type = 0, size = 0;
+        RegistryData d;
+        QString name;
+        HKey other = 0;
+        long got = -2;
+        if (call == u"open empty part")
+            got =
+                b->openKey(Reg::CurrentUser, QStringLiteral("Software\\\\KVAR"), Reg::Read, other);
+        else if (call == u"query short") {
+            size = 3;
+            got = b->queryValue(key, QStringLiteral("A"), &type, &d, &size);
+            QCOMPARE(size, 5u); // "Wert" and the terminating zero
+        } else if (call == u"query no right")
+            got = b->queryValue(key, QStringLiteral("A"), &type, nullptr, &size);
+        else if (call == u"set no right")
+            got = b->setValue(key, QStringLiteral("A"), Reg::TypeSz, d, 1);
+        else if (call.startsWith(u"enum"))
+            got = b->enumKey(key, 0, name, 256);
+        else if (call == u"closed handle") {
+            b->closeKey(key);
+            got = b->queryValue(key, QStringLiteral("A"), &type, nullptr, &size);
+        } else if (call == u"removed key") {
+            writeFile(userFile(), "REGEDIT4\n\n[HKEY_CURRENT_USER\\Software\\KVAR]\n");
+            got = b->queryValue(key, QStringLiteral("A"), &type, nullptr, &size);
+        } else if (call == u"name break")
+            got = b->setValue(key, QStringLiteral("A\nB"), Reg::TypeSz, d, 1);
+        else if (call == u"key break")
+            got = b->createKey(key, QStringLiteral("A\nB"), Reg::AllSpecific, other, nullptr);
+        else if (call == u"dword size")
+            got = b->setValue(key, QStringLiteral("N"), Reg::TypeDword, d, 2);
+        QCOMPARE(got, status);
+    }
+
+    // Another running copy writes; this one sees it on its next read.
+    void readsSeeOtherWriters()
+    {
+        auto reader = newBackend();
+        auto writer = newBackend();
+        createAppKey(*writer);
+        QCOMPARE(setText(*writer, kAppKey, QStringLiteral("A"), QStringLiteral("1")), Reg::Success);
+        QCOMPARE(valueOf(*reader, kAppKey, QStringLiteral("A")), QStringLiteral("1"));
+        QCOMPARE(setText(*writer, kAppKey, QStringLiteral("A"), QStringLiteral("2")), Reg::Success);
+        QCOMPARE(valueOf(*reader, kAppKey, QStringLiteral("A")), QStringLiteral("2"));
+        // A person's edit of the same size is seen too.
+        writeFile(userFile(), "REGEDIT4\n[HKEY_CURRENT_USER\\Software\\KVAR\\Zettelwerk]\n"
+                              "\"A\"=\"3\"\n");
+        QCOMPARE(valueOf(*reader, kAppKey, QStringLiteral("A")), QStringLiteral("3"));
+        // ... and the reader's own write keeps the other's values.
+        QCOMPARE(setText(*reader, kAppKey, QStringLiteral("B"), QStringLiteral("4")), Reg::Success);
+        QCOMPARE(valueOf(*writer, kAppKey, QStringLiteral("A")), QStringLiteral("3"));
+        QCOMPARE(valueOf(*writer, kAppKey, QStringLiteral("B")), QStringLiteral("4"));
+    }
+
+    // A corrupt system file cannot be moved: it stays, is reported once, and the
+    // synthesized system key is still served.
+    void corruptMachineFileStaysUntouched()
+    {
+        const QString path = machineFolder() + QStringLiteral("/HKEY_LOCAL_MACHINE.reg");
+        writeFile(path, "kaputt\n");
+        auto b = newBackend();
+        auto c = newBackend();
+        HKey key = 0;
+        for (auto* backend : {b.get(), b.get(), c.get()}) {
+            QCOMPARE(backend->openKey(Reg::LocalMachine,
+                                      QStringLiteral("Software\\Microsoft\\Windows NT\\"
+                                                     "CurrentVersion"),
+                                      Reg::Read, key),
+                     Reg::Success);
+            backend->closeKey(key);
+        }
+        QCOMPARE(m_reports.size(), 1);
+        QVERIFY(m_reports[0].endsWith(
+            QStringLiteral("Sie bleibt unverändert; ihre Einstellungen werden nicht verwendet.")));
+        QCOMPARE(readAll(path), QByteArray("kaputt\n"));
+        QCOMPARE(QDir(machineFolder()).entryList(QDir::Files).size(), 1);
+    }
+
+    void lockOfAnotherWriter_data()
+    {
+        QTest::addColumn<bool>("heldByLiveWriter");
+        QTest::addColumn<long>("status");
+        QTest::newRow("held by a running writer: gives up with 33") << true << Reg::LockViolation;
+        QTest::newRow("empty lock of a writer killed while locking: taken over")
+            << false << Reg::Success;
+    }
+    void lockOfAnotherWriter()
+    {
+        QFETCH(bool, heldByLiveWriter);
+        QFETCH(long, status);
+        auto b = newBackend();
+        createAppKey(*b);
+        b->setLockTimeout(1500);
+        const QString lockPath = userFile() + QStringLiteral(".lock");
+        QLockFile live(lockPath);
+        if (heldByLiveWriter) {
+            QVERIFY(live.tryLock());
+        } else {
+            writeFile(lockPath, QByteArray());
+            QFile f(lockPath);
+            QVERIFY(f.open(QIODevice::ReadWrite));
+            QVERIFY(f.setFileTime(QDateTime::currentDateTime().addSecs(-5),
+                                  QFileDevice::FileModificationTime));
+        }
+        QElapsedTimer clock;
+        clock.start();
+        QCOMPARE(setText(*b, kAppKey, QStringLiteral("A"), QStringLiteral("1")), status);
+        QVERIFY(clock.elapsed() < 1500 || heldByLiveWriter);
+        QCOMPARE(valueOf(*b, kAppKey, QStringLiteral("A")).isEmpty(), heldByLiveWriter);
+    }
+
+    // A writer killed at any moment leaves a valid store with every value whose write it
+    // had completed. The writer is this test program started again with --registry-writer.
+    void writerKilledMidWriteLosesNothingCompleted()
+    {
+        auto b = newBackend();
+        createAppKey(*b);
+        int acknowledged = 0;
+        QString lastPrefix;
+        QMap<QString, int> done;
+        for (int round = 0; round < 6; ++round) {
+            const QString prefix = QStringLiteral("K%1_").arg(round);
+            QProcess child;
+            child.start(
+                QCoreApplication::applicationFilePath(),
+                {QStringLiteral("--registry-writer"), folder(), prefix, QStringLiteral("100000")});
+            QVERIFY(child.waitForStarted());
+            int acks = 0;
+            // Let it complete a few writes, then kill it at an arbitrary moment.
+            while (acks < 5 + round * 3 && child.waitForReadyRead(10000))
+                while (child.canReadLine())
+                    if (child.readLine().startsWith("ok "))
+                        ++acks;
+            QVERIFY2(acks > 0, child.readAllStandardError().constData());
+            QThread::usleep(137 * (round + 1));
+            child.kill();
+            QVERIFY(child.waitForFinished());
+            while (child.canReadLine())
+                if (child.readLine().startsWith("ok "))
+                    ++acks;
+            done[prefix] = acks;
+            acknowledged += acks;
+        }
+        QVERIFY(acknowledged >= 6);
+
+        auto after = newBackend();
+        for (auto it = done.cbegin(); it != done.cend(); ++it)
+            for (int i = 1; i <= it.value(); ++i) {
+                long st = -1;
+                QCOMPARE(valueOf(*after, kAppKey, it.key() + QString::number(i), &st),
+                         payload(it.key(), i));
+            }
+        QVERIFY(m_reports.isEmpty());
+        // No backups lie about (nothing was taken for corrupt); at most a stale lock of the
+        // last child, which the next writer takes over, and QSaveFile's temporary link if a
+        // kill hit the microseconds between its link and rename.
+        const QRegularExpression allowed(
+            QStringLiteral("^HKEY_CURRENT_USER\\.reg(\\.lock|\\.[A-Za-z0-9]{6})?$"));
+        for (const QString& f : QDir(folder()).entryList(QDir::Files))
+            QVERIFY2(allowed.match(f).hasMatch() && !f.contains(QStringLiteral("defekt")),
+                     qPrintable(f));
+        QCOMPARE(setText(*after, kAppKey, QStringLiteral("Danach"), QStringLiteral("ja")),
+                 Reg::Success);
+    }
+
+    void twoWritersAtOnceKeepEveryValue()
+    {
+        auto b = newBackend();
+        createAppKey(*b);
+        const int count = 40;
+        QProcess first, second;
+        for (auto [child, prefix] : {std::pair{&first, "A"}, std::pair{&second, "B"}})
+            child->start(QCoreApplication::applicationFilePath(),
+                         {QStringLiteral("--registry-writer"), folder(),
+                          QString::fromLatin1(prefix), QString::number(count)});
+        for (QProcess* child : {&first, &second}) {
+            QVERIFY(child->waitForFinished(120000));
+            QVERIFY2(child->exitCode() == 0, child->readAllStandardError().constData());
+        }
+        auto after = newBackend();
+        for (const QString& prefix : {QStringLiteral("A"), QStringLiteral("B")})
+            for (int i = 1; i <= count; ++i)
+                QCOMPARE(valueOf(*after, kAppKey, prefix + QString::number(i)), payload(prefix, i));
+        QVERIFY(!QFileInfo::exists(userFile() + QStringLiteral(".lock")));
+        QVERIFY(m_reports.isEmpty());
+    }
+};
+
+int main(int argc, char** argv)
+{
+    if (argc > 1 && qstrcmp(argv[1], "--registry-writer") == 0)
+        return runWriter(argc, argv);
+    QCoreApplication app(argc, argv);
+    TstFileRegistryBackend tc;
+    QTEST_SET_MAIN_SOURCE_PATH
+    return QTest::qExec(&tc, argc, argv);
+}
+
+#include "tst_fileregistrybackend.moc"

@@ -7,7 +7,10 @@ void ClsFieldsString::SetFieldString(const QString& fields)
         m_fields += m_separator;
 }
 
-bool ClsFieldsString::IsEmpty() const { return m_fields.isEmpty() || m_fields == m_separator; }
+bool ClsFieldsString::IsEmpty() const
+{
+    return m_fields.isEmpty() || m_fields == m_separator;
+}
 
 QString ClsFieldsString::GetNextField(bool getFirst)
 {
@@ -50,7 +53,10 @@ QString ClsFieldsString::GetFieldByNumber(int number, bool allRightFields) const
     return fieldByNumber(number, allRightFields ? 1 : 0);
 }
 
-QString ClsFieldsString::GetFieldByNumber(int number) const { return fieldByNumber(number, -1); }
+QString ClsFieldsString::GetFieldByNumber(int number) const
+{
+    return fieldByNumber(number, -1);
+}
 
 // allRight: -1 not given, 0 given as false, 1 given as true.
 QString ClsFieldsString::fieldByNumber(int number, int allRight) const

@@ -5,7 +5,8 @@
 
 // A separated list of "name=value" entries, normally ending with the separator. Used
 // for the bookmark entries of a template and for search criteria.
-class ClsFieldsString {
+class ClsFieldsString
+{
 public:
     void setSeparator(const QString& separator) { m_separator = separator; }
     // Stored only; no operation consults it.

@@ -3,7 +3,8 @@
 void ClsFilterString::SetFilterString(const QString& filter)
 {
     m_filter = filter;
-    m_elements = m_separator.isEmpty() ? QStringList{filter} : filter.split(m_separator, Qt::KeepEmptyParts);
+    m_elements =
+        m_separator.isEmpty() ? QStringList{filter} : filter.split(m_separator, Qt::KeepEmptyParts);
     for (QString& e : m_elements)
         e = e.trimmed();
 }

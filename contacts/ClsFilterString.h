@@ -5,7 +5,8 @@
 #include <QVariant>
 
 // A list of accepted values; an empty filter accepts everything.
-class ClsFilterString {
+class ClsFilterString
+{
 public:
     void setSeparator(const QString& separator) { m_separator = separator; }
     // Stores the text and splits it into trimmed elements.

@@ -5,13 +5,16 @@
 
 #include <QDir>
 
-namespace {
+namespace
+{
 
-QString entryOf(const QString& templatePath, std::initializer_list<std::pair<const char*, const char*>> pairs)
+QString entryOf(const QString& templatePath,
+                std::initializer_list<std::pair<const char*, const char*>> pairs)
 {
     QString entry = templatePath;
     for (const auto& [bookmark, field] : pairs)
-        entry += QLatin1Char('|') + QString::fromUtf8(bookmark) + QLatin1Char('=') + QString::fromUtf8(field);
+        entry += QLatin1Char('|') + QString::fromUtf8(bookmark) + QLatin1Char('=') +
+                 QString::fromUtf8(field);
     return entry;
 }
 

@@ -8,7 +8,8 @@
 // ("<template>|<bookmark>=<field>|..."), keyed by the template path without regard to
 // case, kept in the order of adding. Replacing an entry (remove, then add) moves it to
 // the end, which is what the lists of templates show.
-class FieldAssignmentList {
+class FieldAssignmentList
+{
 public:
     int count() const { return int(m_entries.size()); }
     bool isEmpty() const { return m_entries.isEmpty(); }

@@ -3,18 +3,34 @@
 #include <QCoreApplication>
 #include <QFileInfo>
 
-namespace AppInfo {
+namespace AppInfo
+{
 
-QString title() { return QStringLiteral("Zettelwerk"); }
+QString title()
+{
+    return QStringLiteral("Zettelwerk");
+}
 
 QString versionText()
 {
-    return QStringLiteral("%1.%2.%3").arg(versionMajor()).arg(versionMinor()).arg(versionRevision());
+    return QStringLiteral("%1.%2.%3")
+        .arg(versionMajor())
+        .arg(versionMinor())
+        .arg(versionRevision());
 }
 
-int versionMajor() { return ZW_VERSION_MAJOR; }
-int versionMinor() { return ZW_VERSION_MINOR; }
-int versionRevision() { return ZW_VERSION_PATCH; }
+int versionMajor()
+{
+    return ZW_VERSION_MAJOR;
+}
+int versionMinor()
+{
+    return ZW_VERSION_MINOR;
+}
+int versionRevision()
+{
+    return ZW_VERSION_PATCH;
+}
 
 QString programPath()
 {
@@ -23,6 +39,9 @@ QString programPath()
     return QFileInfo(QStringLiteral("/proc/self/exe")).canonicalFilePath();
 }
 
-QString programFolder() { return QFileInfo(programPath()).absolutePath(); }
+QString programFolder()
+{
+    return QFileInfo(programPath()).absolutePath();
+}
 
 } // namespace AppInfo

@@ -3,7 +3,8 @@
 #include <QString>
 
 // Name and version of the running program.
-namespace AppInfo {
+namespace AppInfo
+{
 // The product name, shown in captions and message box titles.
 QString title();
 // major.minor.revision of the running program, e.g. "1.0.0".

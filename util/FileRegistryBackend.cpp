@@ -1,5 +1,7 @@
 #include "util/FileRegistryBackend.h"
 
+#include "util/ErrorRoutine.h"
+
 #include "util/AppInfo.h"
 #include "util/UserInterface.h"
 
@@ -489,7 +491,7 @@ void FileRegistryBackend::flushReports()
             else if (processReporter())
                 processReporter()(text);
             else
-                msgBox(text, Mb::Exclamation, AppInfo::title() + QStringLiteral(" - Fehler"));
+                VuShowError(text, QStringLiteral("ClsRegistry"));
         } catch (...) {
             // A reporter that fails must not turn a read into a crash.
         }

@@ -69,8 +69,8 @@ public:
 
     // Reporter of this object; when empty, the process-wide one is used.
     void setReporter(RegistryReporter reporter) { m_reporter = std::move(reporter); }
-    // Process-wide reporter; empty restores the default, a message box with the
-    // exclamation icon titled with the program title + " - Fehler".
+    // Process-wide reporter; empty restores the default, the error routine with the
+    // text as origin and "ClsRegistry" as module.
     static void setDefaultReporter(RegistryReporter reporter);
 
     // Source of the synthesized system key (default /etc/os-release, else

@@ -3,9 +3,11 @@
 #include <QCoreApplication>
 #include <cstdio>
 
-namespace {
+namespace
+{
 
-class ConsoleUserInterface final : public UserInterface {
+class ConsoleUserInterface final : public UserInterface
+{
 public:
     int msgBox(const QString& text, int style, const QString& title) override
     {
@@ -41,8 +43,17 @@ UserInterface* g_ui = nullptr;
 
 } // namespace
 
-UserInterface& ui() { return g_ui ? *g_ui : g_console; }
+UserInterface& ui()
+{
+    return g_ui ? *g_ui : g_console;
+}
 
-void setUserInterface(UserInterface* impl) { g_ui = impl; }
+void setUserInterface(UserInterface* impl)
+{
+    g_ui = impl;
+}
 
-int msgBox(const QString& text, int style, const QString& title) { return ui().msgBox(text, style, title); }
+int msgBox(const QString& text, int style, const QString& title)
+{
+    return ui().msgBox(text, style, title);
+}

@@ -5,7 +5,8 @@
 // Message box styles and answers keep the numbers the system composes them with:
 // a style is buttons + icon (36 = Yes/No with the question icon, 48 = OK with the
 // exclamation icon, 49 = OK/Cancel with the exclamation icon).
-namespace Mb {
+namespace Mb
+{
 // Buttons
 inline constexpr int OkOnly = 0, OkCancel = 1, AbortRetryIgnore = 2, YesNoCancel = 3, YesNo = 4,
                      RetryCancel = 5;
@@ -16,13 +17,20 @@ inline constexpr int DefaultButton1 = 0, DefaultButton2 = 256, DefaultButton3 = 
 // Answers
 inline constexpr int Ok = 1, Cancel = 2, Abort = 3, Retry = 4, Ignore = 5, Yes = 6, No = 7;
 
-inline int buttonsOf(int style) { return style & 0x0F; }
-inline int iconOf(int style) { return style & 0xF0; }
+inline int buttonsOf(int style)
+{
+    return style & 0x0F;
+}
+inline int iconOf(int style)
+{
+    return style & 0xF0;
+}
 } // namespace Mb
 
 // The seam between the system's logic and the screen. Every message box of the system
 // goes through it, so that tests can record boxes and answer them.
-class UserInterface {
+class UserInterface
+{
 public:
     virtual ~UserInterface() = default;
 

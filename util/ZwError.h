@@ -5,7 +5,8 @@
 
 // The one run-time error type of the system. It carries the number the logic tests for
 // (91, 462, 4605, ...), a German description and the source that raised it.
-class ZwError : public std::exception {
+class ZwError : public std::exception
+{
 public:
     ZwError(long number, QString description, QString source = QString());
 

@@ -3,7 +3,8 @@
 
 #include <QTest>
 
-class TstFieldsString : public QObject {
+class TstFieldsString : public QObject
+{
     Q_OBJECT
 private Q_SLOTS:
     void walkPairs_data()
@@ -12,12 +13,22 @@ private Q_SLOTS:
         QTest::addColumn<QString>("list");
         QTest::addColumn<QString>("stored");
         QTest::addColumn<QStringList>("pairs"); // "name|value", up to the first empty name
-        QTest::newRow("separator appended") << ";" << "a=1;b=2" << "a=1;b=2;" << QStringList{"a|1", "b|2"};
-        QTest::newRow("entry starting with = is all name") << ";" << "=x;a" << "=x;a;" << QStringList{"=x|", "a|"};
-        QTest::newRow("value keeps further =") << "|" << "B=Wert=1" << "B=Wert=1|" << QStringList{"B|Wert=1"};
+        QTest::newRow("separator appended") << ";"
+                                            << "a=1;b=2"
+                                            << "a=1;b=2;" << QStringList{"a|1", "b|2"};
+        QTest::newRow("entry starting with = is all name") << ";"
+                                                           << "=x;a"
+                                                           << "=x;a;" << QStringList{"=x|", "a|"};
+        QTest::newRow("value keeps further =") << "|"
+                                               << "B=Wert=1"
+                                               << "B=Wert=1|" << QStringList{"B|Wert=1"};
         QTest::newRow("empty entry ends the walk")
-            << "|" << "A=Firma (OF)||B=Von-Name (SF)" << "A=Firma (OF)||B=Von-Name (SF)|" << QStringList{"A|Firma (OF)"};
-        QTest::newRow("empty list") << ";" << "" << "" << QStringList{};
+            << "|"
+            << "A=Firma (OF)||B=Von-Name (SF)"
+            << "A=Firma (OF)||B=Von-Name (SF)|" << QStringList{"A|Firma (OF)"};
+        QTest::newRow("empty list") << ";"
+                                    << ""
+                                    << "" << QStringList{};
     }
     void walkPairs()
     {
@@ -71,7 +82,8 @@ private Q_SLOTS:
         ClsFieldsString fs;
         fs.setSeparator(QStringLiteral("|"));
         fs.SetFieldString(QStringLiteral("x|y|z|"));
-        const QString got = allRight < 0 ? fs.GetFieldByNumber(number) : fs.GetFieldByNumber(number, allRight == 1);
+        const QString got =
+            allRight < 0 ? fs.GetFieldByNumber(number) : fs.GetFieldByNumber(number, allRight == 1);
         QCOMPARE(got, expected);
     }
 
@@ -81,17 +93,24 @@ private Q_SLOTS:
         QTest::addColumn<bool>("useAnd");
         QTest::addColumn<QString>("list");
         QTest::addColumn<QString>("clause");
-        QTest::newRow("one text entry") << QStringList{"Name", "Meier", "s"} << true << "sName=Meier;" << "Name = 'Meier'";
+        QTest::newRow("one text entry")
+            << QStringList{"Name", "Meier", "s"} << true << "sName=Meier;"
+            << "Name = 'Meier'";
         QTest::newRow("text and number with and")
-            << QStringList{"Name", "Meier", "s", "Alter", "3", "n"} << true << "sName=Meier;nAlter=3;"
+            << QStringList{"Name", "Meier", "s", "Alter", "3", "n"} << true
+            << "sName=Meier;nAlter=3;"
             << "Name = 'Meier' and Alter = 3";
-        QTest::newRow("or") << QStringList{"Name", "A", "s", "Name", "B", "s"} << false << "sName=A;sName=B;"
+        QTest::newRow("or") << QStringList{"Name", "A", "s", "Name", "B", "s"} << false
+                            << "sName=A;sName=B;"
                             << "Name = 'A' or Name = 'B'";
-        QTest::newRow("empty value adds nothing") << QStringList{"Name", "", "s"} << true << "" << "";
+        QTest::newRow("empty value adds nothing") << QStringList{"Name", "", "s"} << true << ""
+                                                  << "";
         QTest::newRow("no type mark loses the first letter")
-            << QStringList{"Ort", "Bonn", ""} << true << "Ort=Bonn;" << "rt = Bonn";
+            << QStringList{"Ort", "Bonn", ""} << true << "Ort=Bonn;"
+            << "rt = Bonn";
         QTest::newRow("quotes are not doubled")
-            << QStringList{"Name", "O'Neil", "s"} << true << "sName=O'Neil;" << "Name = 'O'Neil'";
+            << QStringList{"Name", "O'Neil", "s"} << true << "sName=O'Neil;"
+            << "Name = 'O'Neil'";
     }
     void clauses()
     {
@@ -125,12 +144,18 @@ private Q_SLOTS:
         QTest::addColumn<QString>("filter");
         QTest::addColumn<QVariant>("value");
         QTest::addColumn<bool>("matches");
-        QTest::newRow("trimmed element A") << "," << " A , B" << QVariant("A") << true;
-        QTest::newRow("trimmed element B") << "," << " A , B" << QVariant("B") << true;
-        QTest::newRow("case matters") << "," << " A , B" << QVariant("a") << false;
-        QTest::newRow("empty filter matches all") << "," << "" << QVariant("x") << true;
-        QTest::newRow("number compared as text") << ";" << "12;7" << QVariant(7) << true;
-        QTest::newRow("no partial match") << ";" << "12;7" << QVariant("1") << false;
+        QTest::newRow("trimmed element A") << ","
+                                           << " A , B" << QVariant("A") << true;
+        QTest::newRow("trimmed element B") << ","
+                                           << " A , B" << QVariant("B") << true;
+        QTest::newRow("case matters") << ","
+                                      << " A , B" << QVariant("a") << false;
+        QTest::newRow("empty filter matches all") << ","
+                                                  << "" << QVariant("x") << true;
+        QTest::newRow("number compared as text") << ";"
+                                                 << "12;7" << QVariant(7) << true;
+        QTest::newRow("no partial match") << ";"
+                                          << "12;7" << QVariant("1") << false;
     }
     void filterMatching()
     {

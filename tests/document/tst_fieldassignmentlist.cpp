@@ -3,7 +3,8 @@
 
 #include <QTest>
 
-class TstFieldAssignmentList : public QObject {
+class TstFieldAssignmentList : public QObject
+{
     Q_OBJECT
 private Q_SLOTS:
     void keysIgnoreCaseAndKeepOrder()
@@ -39,10 +40,13 @@ private Q_SLOTS:
         QString special = QStringLiteral("Alt=1");
         SetDefaultFieldAssignments(list, special);
 
-        QCOMPARE(special, QStringLiteral(
-            "Von-Firma=<Ihre Firma>|Von-Abteilung=<Ihre Abteilung>|Von-Durchwahl=<Ihre Durchwahl>|"
-            "Von-FAX=<Ihre FAX-Nummer>|Von-Name=<Ihr Name>|Von-Kurzzeichen=<Ihr Kurzzeichen>|"
-            "Von-Unterschrift=i.A. <Ihr Name>"));
+        QCOMPARE(
+            special,
+            QStringLiteral(
+                "Von-Firma=<Ihre Firma>|Von-Abteilung=<Ihre Abteilung>|Von-Durchwahl=<Ihre "
+                "Durchwahl>|"
+                "Von-FAX=<Ihre FAX-Nummer>|Von-Name=<Ihr Name>|Von-Kurzzeichen=<Ihr Kurzzeichen>|"
+                "Von-Unterschrift=i.A. <Ihr Name>"));
         QCOMPARE(list.count(), 3);
         QCOMPARE(list.key(1), QStringLiteral("(leeres Dokument)"));
         QCOMPARE(list.key(2), sampleFaxTemplatePath());
@@ -54,18 +58,21 @@ private Q_SLOTS:
         QCOMPARE(empty[1], QStringLiteral("(1. Zeile)=-"));
         QCOMPARE(empty[30], QStringLiteral("(30. Zeile)=-"));
 
-        QCOMPARE(list.item(2).section(QLatin1Char('|'), 1),
-                 QStringLiteral("AnAbteilung=Abteilung (OF)|AnFAX=FAX geschäftlich (OF)|AnFirma=Firma (OF)|"
-                                "AnName=Anrede+Name (ZF)|AnTelefon=Telefon geschäftlich (OF)|Betreff=-|"
-                                "Briefanrede=Briefanrede+Name (ZF)|Nachricht=-|VonAbteilung=Von-Abteilung (SF)|"
-                                "VonFAX=Von-FAX (SF)|VonFirma=Von-Firma (SF)|VonName=Von-Name (SF)|"
-                                "VonTelefon=Von-Durchwahl (SF)"));
+        QCOMPARE(
+            list.item(2).section(QLatin1Char('|'), 1),
+            QStringLiteral(
+                "AnAbteilung=Abteilung (OF)|AnFAX=FAX geschäftlich (OF)|AnFirma=Firma (OF)|"
+                "AnName=Anrede+Name (ZF)|AnTelefon=Telefon geschäftlich (OF)|Betreff=-|"
+                "Briefanrede=Briefanrede+Name (ZF)|Nachricht=-|VonAbteilung=Von-Abteilung (SF)|"
+                "VonFAX=Von-FAX (SF)|VonFirma=Von-Firma (SF)|VonName=Von-Name (SF)|"
+                "VonTelefon=Von-Durchwahl (SF)"));
         QCOMPARE(list.item(3).section(QLatin1Char('|'), 1),
-                 QStringLiteral("Bearbeiter=Von-Name (SF)|BearbeiterDurchwahl=Von-Durchwahl (SF)|"
-                                "Briefanrede=Briefanrede+Name (ZF)|Empfänger1=1. Anschrift-Zeile (ZF)|"
-                                "Empfänger2=2. Anschrift-Zeile (ZF)|Empfänger3=3. Anschrift-Zeile (ZF)|"
-                                "Empfänger4=4. Anschrift-Zeile (ZF)|Empfänger5=5. Anschrift-Zeile (ZF)|"
-                                "Empfänger6=6. Anschrift-Zeile (ZF)|Empfänger7=7. Anschrift-Zeile (ZF)"));
+                 QStringLiteral(
+                     "Bearbeiter=Von-Name (SF)|BearbeiterDurchwahl=Von-Durchwahl (SF)|"
+                     "Briefanrede=Briefanrede+Name (ZF)|Empfänger1=1. Anschrift-Zeile (ZF)|"
+                     "Empfänger2=2. Anschrift-Zeile (ZF)|Empfänger3=3. Anschrift-Zeile (ZF)|"
+                     "Empfänger4=4. Anschrift-Zeile (ZF)|Empfänger5=5. Anschrift-Zeile (ZF)|"
+                     "Empfänger6=6. Anschrift-Zeile (ZF)|Empfänger7=7. Anschrift-Zeile (ZF)"));
     }
 };
 

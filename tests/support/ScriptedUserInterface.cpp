@@ -3,9 +3,15 @@
 #include <QCoreApplication>
 #include <QTest>
 
-ScriptedUserInterface::ScriptedUserInterface() { setUserInterface(this); }
+ScriptedUserInterface::ScriptedUserInterface()
+{
+    setUserInterface(this);
+}
 
-ScriptedUserInterface::~ScriptedUserInterface() { setUserInterface(nullptr); }
+ScriptedUserInterface::~ScriptedUserInterface()
+{
+    setUserInterface(nullptr);
+}
 
 void ScriptedUserInterface::answer(int answer, std::function<void()> whileOpen)
 {

@@ -9,7 +9,8 @@
 // Records every message box and answers from a prepared queue. A box with no answer
 // prepared fails the running test (and is answered as the console would).
 // Installed on construction, the previous seam restored on destruction.
-class ScriptedUserInterface final : public UserInterface {
+class ScriptedUserInterface final : public UserInterface
+{
 public:
     struct Box {
         QString text;

@@ -28,9 +28,15 @@ TestEnvironment::~TestEnvironment()
     restore("HOME", m_oldHome);
 }
 
-QString TestEnvironment::configHome() const { return m_dir.path() + QStringLiteral("/config"); }
+QString TestEnvironment::configHome() const
+{
+    return m_dir.path() + QStringLiteral("/config");
+}
 
-QString TestEnvironment::dataHome() const { return m_dir.path() + QStringLiteral("/data"); }
+QString TestEnvironment::dataHome() const
+{
+    return m_dir.path() + QStringLiteral("/data");
+}
 
 QString TestEnvironment::sharedDir()
 {

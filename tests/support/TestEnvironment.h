@@ -5,7 +5,8 @@
 
 // A private home for one test: configuration, data and documents folders point into a
 // fresh temporary folder, so tests never touch the user's files or each other's.
-class TestEnvironment {
+class TestEnvironment
+{
 public:
     TestEnvironment();
     ~TestEnvironment();

@@ -40,11 +40,13 @@ int QtUserInterface::msgBox(const QString& text, int style, const QString& title
         choices = {{QMessageBox::Ok, Mb::Ok}, {QMessageBox::Cancel, Mb::Cancel}};
         break;
     case Mb::AbortRetryIgnore:
-        choices = {{QMessageBox::Abort, Mb::Abort}, {QMessageBox::Retry, Mb::Retry},
+        choices = {{QMessageBox::Abort, Mb::Abort},
+                   {QMessageBox::Retry, Mb::Retry},
                    {QMessageBox::Ignore, Mb::Ignore}};
         break;
     case Mb::YesNoCancel:
-        choices = {{QMessageBox::Yes, Mb::Yes}, {QMessageBox::No, Mb::No},
+        choices = {{QMessageBox::Yes, Mb::Yes},
+                   {QMessageBox::No, Mb::No},
                    {QMessageBox::Cancel, Mb::Cancel}};
         break;
     case Mb::YesNo:
@@ -60,7 +62,9 @@ int QtUserInterface::msgBox(const QString& text, int style, const QString& title
     for (const Choice& c : choices)
         buttons |= c.button;
     box.setStandardButtons(buttons);
-    const int defaultIndex = (style & Mb::DefaultButton3) ? 2 : (style & Mb::DefaultButton2) ? 1 : 0;
+    const int defaultIndex = (style & Mb::DefaultButton3)   ? 2
+                             : (style & Mb::DefaultButton2) ? 1
+                                                            : 0;
     if (defaultIndex < choices.size())
         box.setDefaultButton(choices[defaultIndex].button);
 
@@ -82,7 +86,10 @@ int QtUserInterface::msgBox(const QString& text, int style, const QString& title
     return choices.first().answer;
 }
 
-void QtUserInterface::beep() { QApplication::beep(); }
+void QtUserInterface::beep()
+{
+    QApplication::beep();
+}
 
 void QtUserInterface::setHourglass(bool on)
 {
@@ -95,4 +102,7 @@ void QtUserInterface::setHourglass(bool on)
         QApplication::restoreOverrideCursor();
 }
 
-void QtUserInterface::doEvents() { QCoreApplication::processEvents(); }
+void QtUserInterface::doEvents()
+{
+    QCoreApplication::processEvents();
+}

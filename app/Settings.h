@@ -1,0 +1,47 @@
+#pragma once
+
+#include "document/FieldAssignmentList.h"
+
+#include <QString>
+#include <memory>
+
+class ClsRegistry;
+
+// The user's settings as they live in memory between start and end of a run. The
+// member names are the registry value names.
+struct Settings {
+    qint32 StartCount = 1;
+    QString OutlookFolder;
+    bool CheckForCurrentContactAtStartup = false;
+    bool ExitAfterFinished = true;
+    bool TitleAndNameOnSameLine = false;
+    bool AddEmptyLineBeforeCity = true;
+    bool AddNToHerr = false;
+    bool AllowResize = true;
+    QString WordVersion;
+    // Folder the finished documents are saved in; empty means the user's documents folder.
+    QString OutputFolder;
+    // How many search names the search box remembers across runs (not stored).
+    qint16 MaxSearchHistory = 10;
+};
+
+// The process-wide values of one run, created by Main and handed to the windows.
+struct AppGlobals {
+    AppGlobals();
+    ~AppGlobals();
+
+    std::unique_ptr<ClsRegistry> registry;
+    Settings settings;
+    FieldAssignmentList fieldAssignmentList;
+    QString specialFieldsString;
+};
+
+// Loads every setting and the field assignments (defaults on a first start). Registers
+// the program on its first start, which shows the first-start message. False ends the
+// program.
+bool GetSettings(AppGlobals& globals);
+// Writes every setting back; stale template entries of an earlier, longer list are deleted.
+void SaveSettings(AppGlobals& globals);
+
+// The first-start message for the given login name.
+QString firstStartMessage(const QString& loginName);

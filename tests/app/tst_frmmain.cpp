@@ -1,0 +1,183 @@
+#include "app/FrmMain.h"
+#include "app/Main.h"
+#include "app/Settings.h"
+#include "app/dialogs/FrmIntro.h"
+#include "tests/support/ScriptedUserInterface.h"
+#include "tests/support/TestEnvironment.h"
+#include "util/ClsRegistry.h"
+
+#include <QApplication>
+#include <QComboBox>
+#include <QLineEdit>
+#include <QPushButton>
+#include <QSignalSpy>
+#include <QTabWidget>
+#include <QTest>
+
+namespace
+{
+
+template <class T> T* child(QWidget* w, const char* name)
+{
+    T* c = w->findChild<T*>(QLatin1String(name));
+    if (!c)
+        qFatal("control %s missing", name);
+    return c;
+}
+
+QString stored(const QString& name)
+{
+    ClsRegistry reg;
+    reg.setKey(QStringLiteral("Software\\KVAR\\Zettelwerk"));
+    QString v;
+    return reg.GetString(name, v) ? v : QStringLiteral("<fehlt>");
+}
+
+} // namespace
+
+class TstFrmMain : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void firstStartOpensStepOne()
+    {
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        QString splashText;
+        // The first-start message appears while the splash says "Laden...".
+        script.answer(Mb::Ok, [&] {
+            for (QWidget* w : QApplication::topLevelWidgets())
+                if (auto* s = qobject_cast<FrmIntro*>(w))
+                    splashText = s->Message();
+        });
+        AppGlobals g;
+        MainResult r = Main(g, 0);
+        QVERIFY(r.started);
+        QCOMPARE(splashText, QStringLiteral("Laden..."));
+        QVERIFY(script.boxes().first().text.startsWith(QStringLiteral("Dies ist der erste Start")));
+
+        FrmMain* w = r.mainWindow.get();
+        QVERIFY(w->isVisible());
+        QVERIFY(!r.splash->isVisible());
+        QCOMPARE(w->windowTitle(), QStringLiteral("Zettelwerk - Schritt 1 von 3"));
+        QCOMPARE(child<QLineEdit>(w, "txtStatus")->text(), QStringLiteral("Bereit"));
+        auto* tab = child<QTabWidget>(w, "tabMain");
+        QCOMPARE(tab->count(), 3);
+        QCOMPARE(tab->tabText(0), QStringLiteral("&Empfänger "));
+        QCOMPARE(tab->tabText(1), QStringLiteral("&Briefformat"));
+        QCOMPARE(tab->tabText(2), QStringLiteral("Weitere &Optionen "));
+        QCOMPARE(child<QPushButton>(w, "cmdPrevTab")->text(), QStringLiteral("< &Zurück"));
+        QCOMPARE(child<QPushButton>(w, "cmdNextTab")->text(), QStringLiteral("&Weiter >"));
+        QCOMPARE(child<QPushButton>(w, "cmdFinish")->text(), QStringLiteral("&Fertigstellen"));
+        QCOMPARE(child<QPushButton>(w, "cmdCancel")->text(), QStringLiteral("Beenden"));
+        QCOMPARE(script.boxes().size(), 1);
+    }
+
+    void stepButtonsAndCaption()
+    {
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        script.answer(Mb::Ok);
+        AppGlobals g;
+        MainResult r = Main(g, 0);
+        FrmMain* w = r.mainWindow.get();
+        auto* prev = child<QPushButton>(w, "cmdPrevTab");
+        auto* next = child<QPushButton>(w, "cmdNextTab");
+        QVERIFY(!prev->isEnabled() && next->isEnabled());
+        next->click();
+        QCOMPARE(w->windowTitle(), QStringLiteral("Zettelwerk - Schritt 2 von 3"));
+        QVERIFY(prev->isEnabled() && next->isEnabled());
+        next->click();
+        QCOMPARE(w->windowTitle(), QStringLiteral("Zettelwerk - Schritt 3 von 3"));
+        QVERIFY(prev->isEnabled() && !next->isEnabled());
+        next->click(); // disabled: nothing happens
+        QCOMPARE(child<QTabWidget>(w, "tabMain")->currentIndex(), 2);
+        prev->click();
+        prev->click();
+        QCOMPARE(w->windowTitle(), QStringLiteral("Zettelwerk - Schritt 1 von 3"));
+        QVERIFY(!prev->isEnabled());
+    }
+
+    void closingSavesAndSecondStartReadsBack_data()
+    {
+        QTest::addColumn<QString>("how");
+        QTest::newRow("Beenden button") << "cmdCancel";
+        QTest::newRow("window close box") << "close";
+    }
+    void closingSavesAndSecondStartReadsBack()
+    {
+        QFETCH(QString, how);
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        script.answer(Mb::Ok);
+        {
+            AppGlobals g;
+            MainResult r = Main(g, 0);
+            FrmMain* w = r.mainWindow.get();
+            // Saved as it stands, even a folder that was never searched.
+            child<QLineEdit>(w, "txtOutlookFolder")->setText(QStringLiteral("Root\\Nirgendwo"));
+            if (how == QLatin1String("cmdCancel"))
+                child<QPushButton>(w, "cmdCancel")->click();
+            else
+                w->close();
+            QVERIFY(!w->isVisible());
+            QCOMPARE(w->statusText(), QStringLiteral("Verbindung zu Outlook trennen..."));
+        }
+        QCOMPARE(stored(QStringLiteral("StartCount")), QStringLiteral("2"));
+        QCOMPARE(stored(QStringLiteral("OutlookFolder")), QStringLiteral("Root\\Nirgendwo"));
+
+        AppGlobals g;
+        MainResult r = Main(g, 0);
+        QCOMPARE(script.boxes().size(), 1); // no first-start message again
+        QCOMPARE(g.settings.StartCount, 2);
+        QCOMPARE(child<QLineEdit>(r.mainWindow.get(), "txtOutlookFolder")->text(),
+                 QStringLiteral("Root\\Nirgendwo"));
+    }
+
+    void closeDuringSearchIsDeferred()
+    {
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        script.answer(Mb::Ok);
+        AppGlobals g;
+        MainResult r = Main(g, 0);
+        FrmMain* w = r.mainWindow.get();
+        auto* abort = child<QPushButton>(w, "cmdAbort");
+        abort->setEnabled(true); // as while a search runs
+        w->close();
+        QVERIFY(w->isVisible());
+        QVERIFY(w->abortRequested());
+        QCOMPARE(w->statusText(), QStringLiteral("Abbrechen..."));
+        QCOMPARE(stored(QStringLiteral("StartCount")), QStringLiteral("<fehlt>"));
+
+        // Still searching when the timer fires: it tries again a second later.
+        QTest::qWait(1200);
+        QVERIFY(w->isVisible());
+        abort->setEnabled(false); // the search has noticed the abort
+        QTRY_VERIFY_WITH_TIMEOUT(!w->isVisible(), 2500);
+        QCOMPARE(stored(QStringLiteral("StartCount")), QStringLiteral("2"));
+    }
+
+    void searchHistorySurvivesARestart()
+    {
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        script.answer(Mb::Ok);
+        {
+            AppGlobals g;
+            MainResult r = Main(g, 0);
+            auto* combo = child<QComboBox>(r.mainWindow.get(), "cboSearchName");
+            combo->addItems({QStringLiteral("Müller"), QStringLiteral("Schmidt")});
+            r.mainWindow->close();
+        }
+        AppGlobals g;
+        MainResult r = Main(g, 0);
+        auto* combo = child<QComboBox>(r.mainWindow.get(), "cboSearchName");
+        QCOMPARE(combo->count(), 2);
+        QCOMPARE(combo->itemText(0), QStringLiteral("Müller"));
+        QCOMPARE(combo->currentText(), QString());
+    }
+};
+
+QTEST_MAIN(TstFrmMain)
+#include "tst_frmmain.moc"

@@ -1,0 +1,130 @@
+#include "tests/support/ScriptedUserInterface.h"
+#include "tests/support/TestEnvironment.h"
+#include "util/ClsRegistry.h"
+#include "util/widgets/SmartComboBox.h"
+
+#include <QComboBox>
+#include <QFile>
+#include <QTest>
+
+namespace
+{
+
+// The store as the program leaves it after its first start: the application key exists.
+void registerApp(ClsRegistry& reg)
+{
+    bool first = false;
+    QVERIFY(reg.RegisterApp(false, first, QString()));
+}
+
+QStringList itemsOf(const QComboBox& box)
+{
+    QStringList items;
+    for (int i = 0; i < box.count(); ++i)
+        items.append(box.itemText(i));
+    return items;
+}
+
+} // namespace
+
+class TstSmartComboBox : public QObject
+{
+    Q_OBJECT
+private Q_SLOTS:
+    void addText_data()
+    {
+        QTest::addColumn<QStringList>("before");
+        QTest::addColumn<QString>("typed");
+        QTest::addColumn<QStringList>("after");
+        QTest::newRow("new name goes to the top")
+            << QStringList{"Meier"} << "Müller" << QStringList{"Müller", "Meier"};
+        QTest::newRow("a listed name keeps its place")
+            << QStringList{"Meier", "Müller"} << "Müller" << QStringList{"Meier", "Müller"};
+        QTest::newRow("blanks around are trimmed")
+            << QStringList{"Müller"} << "  Müller " << QStringList{"Müller"};
+        QTest::newRow("blanks only add nothing")
+            << QStringList{"Meier"} << "   " << QStringList{"Meier"};
+        QTest::newRow("comparison is case-sensitive")
+            << QStringList{"müller"} << "Müller" << QStringList{"Müller", "müller"};
+    }
+    void addText()
+    {
+        QFETCH(QStringList, before);
+        QFETCH(QString, typed);
+        QFETCH(QStringList, after);
+        QComboBox box;
+        box.setEditable(true);
+        box.addItems(before);
+        box.setEditText(typed);
+        AddComboText(&box);
+        QCOMPARE(itemsOf(box), after);
+    }
+
+    void storedHistory_data()
+    {
+        QTest::addColumn<QStringList>("items");
+        QTest::addColumn<int>("max");
+        QTest::addColumn<QString>("storedText");
+        QTest::addColumn<QStringList>("reloaded");
+        QStringList twelve;
+        for (int i = 1; i <= 12; ++i)
+            twelve.append(QStringLiteral("N%1").arg(i));
+        QTest::newRow("only the first ten of twelve are kept")
+            << twelve << 10 << "N1|N2|N3|N4|N5|N6|N7|N8|N9|N10" << twelve.mid(0, 10);
+        QTest::newRow("empty history is stored as the empty marker")
+            << QStringList{} << 10 << "#NULL#" << QStringList{};
+        QTest::newRow("single entry has no separator")
+            << QStringList{"Ä"} << 10 << "Ä" << QStringList{"Ä"};
+    }
+    void storedHistory()
+    {
+        QFETCH(QStringList, items);
+        QFETCH(int, max);
+        QFETCH(QString, storedText);
+        QFETCH(QStringList, reloaded);
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        ClsRegistry reg;
+        registerApp(reg);
+        QComboBox box;
+        box.setObjectName(QStringLiteral("cboSearchName"));
+        box.addItems(items);
+        SaveComboHistory(&box, &reg, QString(), max);
+
+        // Raw stored text, read past the empty marker translation.
+        QFile file(env.configHome() + QStringLiteral("/KVAR/registry/HKEY_CURRENT_USER.reg"));
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        const QString raw = QString::fromUtf8(file.readAll());
+        QVERIFY2(raw.contains(QStringLiteral("\"cboSearchName\"=\"%1\"").arg(storedText)),
+                 qPrintable(raw));
+
+        QComboBox again;
+        again.setObjectName(QStringLiteral("cboSearchName"));
+        LoadComboHistory(&again, &reg, QString());
+        QCOMPARE(itemsOf(again), reloaded);
+    }
+
+    void explicitValueNameAndMissingRegistry()
+    {
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        ClsRegistry reg;
+        registerApp(reg);
+        QComboBox box;
+        box.setObjectName(QStringLiteral("cboA"));
+        box.addItems({QStringLiteral("x"), QStringLiteral("y")});
+        SaveComboHistory(&box, &reg, QStringLiteral("Verlauf"), 10);
+        SaveComboHistory(&box, nullptr, QString(), 10); // nothing to store into: no error
+        QComboBox other;
+        LoadComboHistory(&other, &reg, QStringLiteral("Verlauf"));
+        QCOMPARE(itemsOf(other), (QStringList{"x", "y"}));
+        QComboBox none;
+        none.setObjectName(QStringLiteral("cboA"));
+        LoadComboHistory(&none, &reg, QString());
+        QCOMPARE(none.count(), 0);
+        QVERIFY(script.boxes().isEmpty());
+    }
+};
+
+QTEST_MAIN(TstSmartComboBox)
+#include "tst_smartcombobox.moc"

@@ -1,0 +1,769 @@
+#include "contacts/ContactFieldCatalogue.h"
+#include "contacts/ContactFields.h"
+#include "contacts/ContactItem.h"
+#include "contacts/VCardReader.h"
+#include "contacts/VuAppend.h"
+#include "tests/support/ScriptedUserInterface.h"
+#include "util/ZwError.h"
+
+#include <QTest>
+
+using Type = ContactUserProperty::Type;
+using Event = QPair<long, QString>;
+
+namespace
+{
+
+void set(ContactItem& item, const char* property, const QVariant& value)
+{
+    QVERIFY2(item.setValue(QString::fromUtf8(property), value), property);
+}
+
+void addUser(ContactItem& item, const char* name, Type type, const QVariant& value)
+{
+    ContactUserProperty p;
+    p.name = QString::fromUtf8(name);
+    p.type = type;
+    p.value = value;
+    item.setUserProperty(p);
+}
+
+// The usual letter: Herr Hans Berger of Muster GmbH in Munich, no "Firma 2" or "Firma 3".
+ContactItem berger()
+{
+    ContactItem item;
+    for (auto [p, v] : {std::pair{"Title", "Herr"},
+                        {"FirstName", "Hans"},
+                        {"LastName", "Berger"},
+                        {"FullName", "Hans Berger"},
+                        {"CompanyName", "Muster GmbH"},
+                        {"BusinessAddressStreet", "Hauptstr. 1"},
+                        {"BusinessAddressPostalCode", "80331"},
+                        {"BusinessAddressCity", "München"},
+                        {"BusinessAddressCountry", "Deutschland"}})
+        set(item, p, QString::fromUtf8(v));
+    return item;
+}
+
+// Every part of the address block filled, with three different addresses.
+ContactItem full()
+{
+    ContactItem item = berger();
+    for (auto [p, v] : {std::pair{"Title", "Herr Dr."},
+                        {"Department", "Einkauf"},
+                        {"HomeAddressStreet", "Gartenweg 5"},
+                        {"HomeAddressPostalCode", "10115"},
+                        {"HomeAddressCity", "Berlin"},
+                        {"HomeAddressCountry", "deutschland"},
+                        {"OtherAddressStreet", "Ringstr. 9"},
+                        {"OtherAddressPostalCode", "1010"},
+                        {"OtherAddressCity", "Wien"},
+                        {"OtherAddressCountry", "Österreich"}})
+        set(item, p, QString::fromUtf8(v));
+    addUser(item, "Firma 2", Type::Text, QString::fromUtf8("Werk Süd"));
+    addUser(item, "Firma 3", Type::Text, QStringLiteral("Halle 4"));
+    return item;
+}
+
+ContactItem contact(const QString& key)
+{
+    if (key == u"berger" || key == u"abroad") {
+        ContactItem item = berger();
+        if (key == u"abroad")
+            set(item, "BusinessAddressCountry", QString::fromUtf8("Österreich"));
+        return item;
+    }
+    if (key == u"full")
+        return full();
+    ContactItem item;
+    if (key == u"cityOnly")
+        set(item, "BusinessAddressCity", QString::fromUtf8("München"));
+    return item; // "empty"
+}
+
+// Fields with error events switched on, collecting what they report.
+struct Fields {
+    ContactFields fields;
+    QList<Event> events;
+    Fields(bool folderOpen = true)
+    {
+        fields.setRaiseErrorEvents(true);
+        fields.setErrorEvent([this](long n, const QString& m) { events.append({n, m}); });
+        fields.setFolderOpenCheck([folderOpen] { return folderOpen; });
+    }
+    QString get(const ContactItem& item, const QString& name, int type, int addressType = 0,
+                int order = 0, int style = 0)
+    {
+        return fields.GetFieldData(&item, name, type, addressType, order, style);
+    }
+};
+
+QString missing(const char* property)
+{
+    return QStringLiteral("Eintrag 'Hans Berger': Eigenschaft '") + QString::fromUtf8(property) +
+           QStringLiteral("' nicht verfügbar");
+}
+
+long errorNumber(const std::function<void()>& call)
+{
+    try {
+        call();
+    } catch (const ZwError& e) {
+        return e.number();
+    }
+    return 0;
+}
+
+// Display name, property, stored value, text expected. All properties are set on one
+// contact, so a name that read a neighbour's property would show the neighbour's value.
+struct CatalogueRow {
+    const char* display;
+    const char* property;
+    QVariant value;
+    const char* expected;
+};
+
+QList<CatalogueRow> catalogueRows()
+{
+    auto t = [](const char* display, const char* property, const char* value) {
+        return CatalogueRow{display, property, QString::fromUtf8(value), value};
+    };
+    return {t("Speichern unter", "FileAs", "Berger, Hans (Einkauf)"),
+            t("Anrede", "Title", "Herr"),
+            t("Vorname", "FirstName", "Hans"),
+            t("Nachname", "LastName", "Berger"),
+            {"Vorname+Nachname", nullptr, {}, "Hans Berger"},
+            t("Name", "FullName", "Hans Berger jun."),
+            t("Position", "JobTitle", "Leiter"),
+            t("Abteilung", "Department", "Einkauf"),
+            t("Firma", "CompanyName", "Muster GmbH"),
+            t("Straße geschäftlich", "BusinessAddressStreet", "Hauptstr. 1"),
+            t("Ort geschäftlich", "BusinessAddressCity", "München"),
+            t("PLZ geschäftlich", "BusinessAddressPostalCode", "80331"),
+            t("Postfach geschäftlich", "BusinessAddressPostOfficeBox", "Postfach 11"),
+            t("Region geschäftlich", "BusinessAddressState", "Bayern"),
+            t("Land geschäftlich", "BusinessAddressCountry", "Deutschland"),
+            t("Telefon geschäftlich", "BusinessTelephoneNumber", "089 1001"),
+            t("Telefon geschäftlich 2", "Business2TelephoneNumber", "089 1002"),
+            t("FAX geschäftlich", "BusinessFaxNumber", "089 1003"),
+            t("Telefon privat", "HomeTelephoneNumber", "030 2001"),
+            t("Telefon privat 2", "Home2TelephoneNumber", "030 2002"),
+            t("Mobiltelefon", "MobileTelephoneNumber", "0170 3001"),
+            t("E-Mail", "Email1Address", "hans@muster.de"),
+            t("Web-Seite", "WebPage", "https://muster.de"),
+            t("Straße privat", "HomeAddressStreet", "Gartenweg 5"),
+            t("Ort privat", "HomeAddressCity", "Berlin"),
+            t("PLZ privat", "HomeAddressPostalCode", "10115"),
+            t("Postfach privat", "HomeAddressPostOfficeBox", "Postfach 22"),
+            t("Region privat", "HomeAddressState", "Berlin-Mitte"),
+            t("Land privat", "HomeAddressCountry", "Polen"),
+            t("FAX privat", "HomeFaxNumber", "030 2003"),
+            t("Straße weitere", "OtherAddressStreet", "Ringstr. 9"),
+            t("Ort weitere", "OtherAddressCity", "Wien"),
+            t("PLZ weitere", "OtherAddressPostalCode", "1010"),
+            t("Postfach weitere", "OtherAddressPostOfficeBox", "Postfach 33"),
+            t("Region weitere", "OtherAddressState", "Wien-Innere Stadt"),
+            t("Land weitere", "OtherAddressCountry", "Österreich"),
+            t("Namenszusatz", "Suffix", "jun."),
+            t("Empfohlen von", "ReferredBy", "Frau Meier"),
+            t("Initialen", "Initials", "H.B."),
+            t("Kinder", "Children", "Anna, Ben"),
+            t("Partner", "Spouse", "Eva"),
+            t("Spitzname", "NickName", "Hansi"),
+            t("Vorgesetzte(r)", "ManagerName", "Dr. Kurz"),
+            t("Weiter Vornamen", "MiddleName", "Peter"),
+            {"Geburtstag", "Birthday", QDate(1970, 3, 22), "22.03.1970"},
+            {"Geschlecht", "Gender", 2, "2"},
+            t("Hobbies", "Hobby", "Segeln"),
+            {"Jahrestag", "Anniversary", QDate(1999, 12, 31), "31.12.1999"},
+            t("Sprache", "Language", "de"),
+            t("E-Mail 2", "Email2Address", "hans@privat.de"),
+            t("E-Mail 3", "Email3Address", "hb@verein.de"),
+            t("Private Web-Seite", "PersonalHomePage", "https://berger.example"),
+            t("FTP-Site", "FTPSite", "ftp://muster.de"),
+            t("weiteres FAX", "OtherFaxNumber", "089 1004"),
+            t("ISDN", "ISDNNumber", "089 1005"),
+            t("Telex", "TelexNumber", "52 1234"),
+            t("Benutzerfeld 1", "User1", "U1"),
+            t("Benutzerfeld 2", "User2", "U2"),
+            t("Benutzerfeld 3", "User3", "U3"),
+            t("Benutzerfeld 4", "User4", "U4"),
+            t("Konto", "Account", "K-77"),
+            t("Kundennr.", "CustomerID", "C-4711"),
+            t("Organisationsnr.", "OrganizationalIDNumber", "O-12"),
+            t("Name Assistent", "AssistantName", "Frau Klein"),
+            t("Telefon Assistent", "AssistantTelephoneNumber", "089 1006"),
+            t("Autotelefon", "CarTelephoneNumber", "0171 3002"),
+            t("Funkruf", "RadioTelephoneNumber", "089 1007"),
+            t("Pager", "PagerNumber", "089 1008"),
+            t("Telefonzentrale Firma", "CompanyMainTelephoneNumber", "089 1000"),
+            t("Weiteres Telefon", "OtherTelephoneNumber", "089 1009"),
+            t("Beruf", "Profession", "Kaufmann"),
+            t("Büro", "OfficeLocation", "Raum 12"),
+            {"Kategorien", "Categories", QStringList{"Kunde", "Lieferant"}, "Kunde; Lieferant"}};
+}
+
+} // namespace
+
+class TstContactFields : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void appendRule_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("piece");
+        QTest::addColumn<QString>("separator");
+        QTest::addColumn<QString>("expected");
+        auto row = [](const char* tag, const char* t, const char* p, const char* s, const char* e) {
+            QTest::newRow(tag) << t << p << s << e;
+        };
+        row("both filled", "Hans", "Berger", " ", "Hans Berger");
+        row("empty piece changes nothing", "Hans", "", "-", "Hans");
+        row("empty text takes the piece alone", "", "Berger", ";", "Berger");
+        row("empty separator counts as a blank", "80331", "M", "", "80331 M");
+        row("a blank piece is not empty", "A", " ", "-", "A- ");
+    }
+    void appendRule()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, piece);
+        QFETCH(QString, separator);
+        VuAppend(text, piece, separator);
+        QTEST(text, "expected");
+    }
+
+    void catalogue_data()
+    {
+        QTest::addColumn<QString>("display");
+        QTest::addColumn<QString>("expected");
+        for (const CatalogueRow& r : catalogueRows())
+            QTest::newRow(r.display) << QString::fromUtf8(r.display) << r.expected;
+    }
+    void catalogue()
+    {
+        QFETCH(QString, display);
+        static const ContactItem item = [] {
+            ContactItem i;
+            for (const CatalogueRow& r : catalogueRows()) {
+                if (r.property)
+                    set(i, r.property, r.value);
+            }
+            return i;
+        }();
+        QTEST(Fields().get(item, display, 0), "expected");
+    }
+    void catalogueOrderAndProperties()
+    {
+        QStringList expected;
+        for (const CatalogueRow& r : catalogueRows())
+            expected.append(QString::fromUtf8(r.display));
+        QCOMPARE(expected.size(), 73);
+        QCOMPARE(ContactFieldCatalogue::displayNames(), expected);
+        for (const ContactFieldCatalogue::Entry& e : ContactFieldCatalogue::entries()) {
+            for (const QString& p : e.properties)
+                QVERIFY2(ContactItem::isKnownProperty(p), qPrintable(p));
+        }
+    }
+
+    void unknownOutlookField_data()
+    {
+        QTest::addColumn<QString>("name");
+        for (const char* name : {"anrede", "Anrede ", "", "Weitere Vornamen", "Firma 2",
+                                 "Anrede+Name", "1. Anschrift-Zeile"})
+            QTest::newRow(name[0] ? name : "empty name") << QString::fromUtf8(name);
+    }
+    void unknownOutlookField()
+    {
+        QFETCH(QString, name);
+        Fields f;
+        QCOMPARE(f.get(berger(), name, 0), QStringLiteral("UNKNOWN: ") + name);
+        // The name alone decides: no contact is needed.
+        QCOMPARE(f.fields.GetFieldData(nullptr, name, 0, 0, 0, 0), "UNKNOWN: " + name);
+    }
+
+    void herrRule_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<bool>("addN");
+        QTest::addColumn<QString>("anrede");
+        auto row = [](const char* tag, const char* title, bool addN, const char* anrede) {
+            QTest::newRow(tag) << title << addN << anrede;
+        };
+        row("Herr Dr. with the rule", "Herr Dr.", true, "Herrn Dr.");
+        row("Herr Dr. without the rule", "Herr Dr.", false, "Herr Dr.");
+        row("Herrn gets another n", "Herrn", true, "Herrnn");
+        row("every occurrence", "Herr und Herr", true, "Herrn und Herrn");
+        row("exact case only", "herr", true, "herr");
+        row("Frau is untouched", "Frau", true, "Frau");
+    }
+    void herrRule()
+    {
+        QFETCH(QString, title);
+        QFETCH(bool, addN);
+        QFETCH(QString, anrede);
+        ContactItem item = berger();
+        set(item, "Title", title);
+        Fields f;
+        f.fields.setAddNToHerr(addN);
+        QCOMPARE(f.get(item, QStringLiteral("Anrede"), 0), anrede);
+        QCOMPARE(f.get(item, QStringLiteral("Anrede+Name"), 1), anrede + " Hans Berger");
+        ContactItemData data; // the raw title everywhere else
+        QVERIFY(f.fields.GetItemData(&item, data));
+        QCOMPARE(data.sTitle, title);
+    }
+
+    void datesAndGender_data()
+    {
+        QTest::addColumn<QByteArray>("lines");
+        QTest::addColumn<QString>("expected"); // Geburtstag|Jahrestag|Geschlecht
+        QTest::newRow("nothing set: Outlook's no-date shows as it is")
+            << QByteArray() << "01.01.4501|01.01.4501|0";
+        QTest::newRow("full dates, female")
+            << QByteArray("BDAY:1970-03-22\r\nX-MS-ANNIVERSARY:20110113\r\nX-GENDER:Female\r\n")
+            << "22.03.1970|13.01.2011|1";
+        QTest::newRow("date without year (Apple), male")
+            << QByteArray("BDAY;X-APPLE-OMIT-YEAR=1604:1604-08-20\r\nX-WAB-GENDER:2\r\n")
+            << "20.08.1604|01.01.4501|2";
+    }
+    void datesAndGender()
+    {
+        QFETCH(QByteArray, lines);
+        const ContactItem item(
+            VCardReader::read("BEGIN:VCARD\r\nVERSION:3.0\r\nN:Berger;Hans;;;\r\n" + lines +
+                              "END:VCARD\r\n")
+                .cards.value(0));
+        Fields f;
+        QStringList got;
+        for (const char* name : {"Geburtstag", "Jahrestag", "Geschlecht"})
+            got.append(f.get(item, QString::fromUtf8(name), 0));
+        QTEST(got.join(u'|'), "expected");
+    }
+
+    void otherFieldTypes_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QString>("name");
+        QTest::newRow("type 3, Outlook name") << 3 << "Anrede";
+        QTest::newRow("type 3, user property") << 3 << "Firma 2";
+        QTest::newRow("type 3, address line") << 3 << "1. Anschrift-Zeile";
+        QTest::newRow("type -1, unknown name") << -1 << "anrede";
+    }
+    void otherFieldTypes()
+    {
+        QFETCH(int, type);
+        QFETCH(QString, name);
+        Fields f;
+        QCOMPARE(f.get(full(), name, type), QString());
+        QCOMPARE(f.fields.GetFieldData(nullptr, name, type, 0, 0, 0), QString());
+        QVERIFY(f.events.isEmpty());
+    }
+
+    void userPropertyField_data()
+    {
+        QTest::addColumn<int>("type");
+        QTest::addColumn<QVariant>("value");
+        QTest::addColumn<QString>("expected");
+        auto row = [](const char* tag, Type type, const QVariant& v, const char* expected) {
+            QTest::newRow(tag) << int(type) << v << expected;
+        };
+        row("text", Type::Text, QString::fromUtf8("Werk Süd"), "Werk Süd");
+        row("number: decimal comma, no grouping", Type::Number, 1234567.5, "1234567,5");
+        row("whole number", Type::Number, 42.0, "42");
+        row("yes", Type::YesNo, true, "Wahr");
+        row("no", Type::YesNo, false, "Falsch");
+        row("date", Type::DateTime, QDate(2023, 12, 24), "24.12.2023");
+        row("keywords", Type::Keywords, QStringList{"Kalender", "Karte"}, "Kalender; Karte");
+    }
+    void userPropertyField()
+    {
+        QFETCH(int, type);
+        QFETCH(QVariant, value);
+        ContactItem item = berger();
+        addUser(item, "Firma 2", Type(type), value);
+        Fields f;
+        QTEST(f.get(item, QStringLiteral("Firma 2"), 2), "expected");
+        QCOMPARE(f.fields.GetUserProperty(&item, QStringLiteral("Firma 2")), value);
+        QVERIFY(f.events.isEmpty());
+    }
+
+    void missingUserProperty_data()
+    {
+        QTest::addColumn<bool>("raiseErrorEvents");
+        QTest::newRow("error event") << true;
+        QTest::newRow("message box") << false;
+    }
+    void missingUserProperty()
+    {
+        QFETCH(bool, raiseErrorEvents);
+        ScriptedUserInterface ui;
+        if (!raiseErrorEvents)
+            ui.answer(Mb::Ok);
+        Fields f;
+        f.fields.setRaiseErrorEvents(raiseErrorEvents);
+        QCOMPARE(f.get(berger(), QStringLiteral("Firma 2"), 2), QString());
+        if (raiseErrorEvents) {
+            QCOMPARE(f.events, QList<Event>({{91, missing("Firma 2")}}));
+            QVERIFY(ui.boxes().isEmpty());
+        } else {
+            QVERIFY(f.events.isEmpty());
+            QCOMPARE(ui.boxes().size(), 1);
+            QCOMPARE(ui.boxes()[0].text, missing("Firma 2"));
+            QCOMPARE(ui.boxes()[0].style, Mb::OkOnly + Mb::Exclamation);
+        }
+    }
+
+    void missingItemIsAnError_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("type");
+        QTest::newRow("Outlook field") << "Nachname" << 0;
+        QTest::newRow("composite of Outlook fields") << "Anrede+Name" << 1;
+        QTest::newRow("selected address") << "PLZ+Ort ausgewählte Adresse" << 1;
+        QTest::newRow("user property") << "Firma 2" << 2;
+        QTest::newRow("address line") << "1. Anschrift-Zeile" << 1;
+    }
+    void missingItemIsAnError()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, type);
+        Fields f;
+        QCOMPARE(errorNumber([&] { f.fields.GetFieldData(nullptr, name, type, 0, 1, 0); }), 91L);
+        QCOMPARE(errorNumber([&] { f.fields.GetUserPropertyNames(nullptr); }), 91L);
+        QVERIFY(f.events.isEmpty());
+    }
+
+    void keywords_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("expected");
+        auto row = [](const char* tag, const char* name, const char* expected) {
+            QTest::newRow(tag) << name << expected;
+        };
+        row("two keywords, separator after the last", "Weihnachtsgeschenke", "Kalender;Karte;");
+        row("name is trimmed", "  Weihnachtsgeschenke ", "Kalender;Karte;");
+        row("no keywords", "Zuständige Abteilungen", "");
+        row("a text property is no keywords list", "Kenn-Nr", "");
+        row("missing property, reported nowhere", "Mailing", "");
+        row("blank name", "   ", "");
+    }
+    void keywords()
+    {
+        QFETCH(QString, name);
+        ContactItem item = berger();
+        addUser(item, "Weihnachtsgeschenke", Type::Keywords, QStringList{"Kalender", "Karte"});
+        addUser(item, "Zuständige Abteilungen", Type::Keywords, QStringList());
+        addUser(item, "Kenn-Nr", Type::Text, QStringLiteral("K-17"));
+        ScriptedUserInterface ui; // fails the test on any box
+        Fields f;
+        f.fields.setRaiseErrorEvents(false);
+        QTEST(f.fields.GetKeywordsUserProperty(&item, name), "expected");
+        QCOMPARE(f.fields.GetUserPropertyNames(&item),
+                 QStringList({"Weihnachtsgeschenke", "Zuständige Abteilungen", "Kenn-Nr"}));
+    }
+
+    void itemData_data()
+    {
+        QTest::addColumn<QString>("country");
+        QTest::addColumn<QString>("expected");
+        QTest::newRow("Deutschland is domestic") << "Deutschland"
+                                                 << "";
+        QTest::newRow("lower case is kept") << "deutschland"
+                                            << "deutschland";
+        QTest::newRow("abroad") << "Österreich"
+                                << "Österreich";
+    }
+    void itemData()
+    {
+        QFETCH(QString, country);
+        ContactItem item = full();
+        set(item, "BusinessAddressCountry", country);
+        for (auto [p, v] : {std::pair{"FileAs", "Berger, Hans"},
+                            {"JobTitle", "Leiter"},
+                            {"BusinessTelephoneNumber", "089 1"},
+                            {"BusinessFaxNumber", "089 2"},
+                            {"Email1Address", "hans@muster.de"}})
+            set(item, p, QString::fromUtf8(v));
+        for (auto [n, v] : {std::pair{"Kenn-Nr", "K-17"},
+                            {"Kalender-Code", "KC1"},
+                            {"Sonstige Geschenke", "Wein"},
+                            {"Unterschriften", "HB"},
+                            {"Kundentyp", "Händler"}})
+            addUser(item, n, Type::Text, QString::fromUtf8(v));
+        addUser(item, "Weihnachtsgeschenke", Type::Keywords, QStringList{"Kalender", "Karte"});
+        addUser(item, "Zuständige Abteilungen", Type::Keywords, QStringList{"Vertrieb"});
+        addUser(item, "Klassifizierung", Type::Keywords, QStringList{"A", "B"});
+        addUser(item, "Kunden-Nr", Type::Number, 4711.0);
+        addUser(item, "Messeeinladung", Type::YesNo, true);
+        addUser(item, "Mailing", Type::YesNo, false);
+
+        Fields f;
+        ContactItemData d;
+        d.sRemarks = QStringLiteral("vom Aufrufer");
+        QVERIFY(f.fields.GetItemData(&item, d));
+        QTEST(d.sCountry, "expected");
+        const QStringList got = {
+            d.sSaveAs,         d.sFirstName,     d.sLastName,   d.sTitle,        d.sCompany1,
+            d.sCompany2,       d.sCompany3,      d.sDepartment, d.sStreet,       d.sZip,
+            d.sCity,           d.sPhone,         d.sFax,        d.sPosition,     d.sCalendarGifts,
+            d.sOtherGifts,     d.sVgDepartments, d.sSign,       d.sRemarks,      d.sClassification,
+            d.sCustomerNumber, d.sCustomerType,  d.sIdCode,     d.sCalendarCode, d.sEMail,
+            d.sFairInvocation, d.sMailing};
+        QCOMPARE(got.join(u'|'), "Berger, Hans|Hans|Berger|Herr Dr.|Muster GmbH|Werk Süd|Halle 4|"
+                                 "Einkauf|Hauptstr. 1|80331|München|089 1|089 2|Leiter|"
+                                 "Kalender;Karte;|Wein|Vertrieb;|HB|vom Aufrufer|A;B;|4711|"
+                                 "Händler|K-17|KC1|hans@muster.de|Wahr|Falsch");
+        QCOMPARE(d.sEntryID, item.entryId());
+        QVERIFY(f.events.isEmpty());
+    }
+    void itemDataReportsMissingPropertiesInOrder()
+    {
+        Fields f;
+        const ContactItem item = berger();
+        ContactItemData data;
+        QVERIFY(f.fields.GetItemData(&item, data));
+        QList<Event> expected; // keywords properties are looked up without a report
+        for (const char* name :
+             {"Firma 2", "Firma 3", "Kenn-Nr", "Kalender-Code", "Sonstige Geschenke",
+              "Unterschriften", "Kunden-Nr", "Kundentyp", "Messeeinladung", "Mailing"})
+            expected.append({91, missing(name)});
+        QCOMPARE(f.events, expected);
+    }
+    void itemDataRefused_data()
+    {
+        QTest::addColumn<bool>("folderOpen");
+        QTest::addColumn<bool>("withItem");
+        QTest::newRow("no folder open") << false << true;
+        QTest::newRow("no item") << true << false;
+    }
+    void itemDataRefused()
+    {
+        QFETCH(bool, folderOpen);
+        QFETCH(bool, withItem);
+        const ContactItem item = full();
+        Fields f(folderOpen);
+        ContactItemData data;
+        data.sLastName = QStringLiteral("alt");
+        QVERIFY(!f.fields.GetItemData(withItem ? &item : nullptr, data));
+        QCOMPARE(data.sLastName, QStringLiteral("alt"));
+        QVERIFY(f.events.isEmpty());
+        ContactFields unanswered; // an owner that never says a folder is open
+        QVERIFY(!unanswered.GetItemData(&item, data));
+    }
+    void itemDataTrapsErrors()
+    {
+        ScriptedUserInterface ui;
+        ui.answer(Mb::No);
+        const ContactItem item = full();
+        Fields f;
+        f.fields.setFolderOpenCheck([]() -> bool { throw ZwError(5, QStringLiteral("Weg")); });
+        ContactItemData data;
+        QVERIFY(!f.fields.GetItemData(&item, data));
+        QCOMPARE(ui.boxes().size(), 1);
+        QVERIFY(ui.boxes()[0].text.startsWith(u"Fehler: GetItemData\r\nWeg (Nr. 5"));
+    }
+
+    void compositeField_data()
+    {
+        QTest::addColumn<QString>("contact");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("addressType");
+        QTest::addColumn<QString>("expected");
+        auto row = [](const char* tag, const char* contact, const char* name, int type,
+                      const char* expected) {
+            QTest::newRow(tag) << contact << name << type << expected;
+        };
+        // Street, city, postcode, postcode+city, country of the selected address.
+        const char* values[] = {"Hauptstr. 1|München|80331|80331 München|",
+                                "Gartenweg 5|Berlin|10115|10115 Berlin|deutschland",
+                                "Ringstr. 9|Wien|1010|1010 Wien|Österreich", "||||", "||||"};
+        const int types[] = {0, 1, 2, 5, -1};
+        const char* parts[] = {"Straße", "Ort", "PLZ", "PLZ+Ort", "Land"};
+        for (int t = 0; t < 5; ++t) {
+            const QStringList v = QString::fromUtf8(values[t]).split(u'|');
+            for (int p = 0; p < 5; ++p) {
+                const QByteArray name = QByteArray(parts[p]) + " ausgewählte Adresse";
+                QTest::addRow("%s, type %d", name.constData(), types[t])
+                    << "full" << QString::fromUtf8(name) << types[t] << v[p];
+            }
+        }
+        row("title and name", "full", "Anrede+Name", 0, "Herr Dr. Hans Berger");
+        row("title and name of an empty contact", "empty", "Anrede+Name", 0, "");
+        row("blank line, even without address", "empty", "<Leerzeile vor Ort>", 5, " ");
+        row("city without postcode: no leading blank", "cityOnly", "PLZ+Ort ausgewählte Adresse", 0,
+            "München");
+        row("unknown composite name", "full", "Anrede + Name", 0, "");
+        row("composite names are case-sensitive", "full", "anrede+name", 0, "");
+        row("an Outlook name is no composite field", "full", "Nachname", 0, "");
+        row("line name without the blank", "full", "1.Anschrift-Zeile", 0, "");
+    }
+    void compositeField()
+    {
+        QFETCH(QString, contact);
+        QFETCH(QString, name);
+        QFETCH(int, addressType);
+        QTEST(Fields().get(::contact(contact), name, 1, addressType), "expected");
+    }
+
+    void salutation_data()
+    {
+        QTest::addColumn<QString>("title");
+        QTest::addColumn<QString>("lastName");
+        QTest::addColumn<int>("style");
+        QTest::addColumn<QString>("expected");
+        auto row = [](const char* title, const char* last, int style, const char* expected) {
+            QTest::addRow("'%s' '%s' style %d", title, last, style)
+                << title << last << style << expected;
+        };
+        row("Herr Dr.", "Berger", 0, "Sehr geehrter Herr Dr. Berger,");
+        row("Herr Dr.", "Berger", 1, "Lieber Herr Dr. Berger,");
+        row("Frau", "Berger", 1, "Liebe Frau Berger,");
+        row("Frau", "Berger", 2, "Sehr geehrte Frau Berger,");
+        row("", "Berger", 0, "Sehr geehrte Berger,");
+        row("", "", 1, "Liebe,");
+        row("Mr", "Smith", 0, "Sehr geehrter Mr Smith,");
+        row("Mrs", "Smith", 0, "Sehr geehrter Mrs Smith,"); // a plain substring test
+        row("Ms", "Smith", 1, "Liebe Ms Smith,");
+        row("herr", "Berger", 0, "Sehr geehrte herr Berger,");
+        row("Frau und Herr", "Berger", 0, "Sehr geehrter Frau und Herr Berger,");
+    }
+    void salutation()
+    {
+        QFETCH(QString, title);
+        QFETCH(QString, lastName);
+        QFETCH(int, style);
+        ContactItem item = berger();
+        set(item, "Title", title);
+        set(item, "LastName", lastName);
+        Fields f;
+        f.fields.setAddNToHerr(true); // the rule of the address block does not apply here
+        QTEST(f.get(item, QStringLiteral("Briefanrede+Name"), 1, 0, 0, style), "expected");
+    }
+
+    void addressBlock_data()
+    {
+        QTest::addColumn<QString>("contact");
+        QTest::addColumn<int>("addressType");
+        QTest::addColumn<int>("order");
+        QTest::addColumn<QString>("flags"); // S same line, L blank line before city, N Herrn
+        QTest::addColumn<QString>("lines"); // seven lines, joined by "|"
+        auto row = [](const char* tag, const char* contact, int type, int order, const char* flags,
+                      const char* lines) {
+            QTest::newRow(tag) << contact << type << order << flags << lines;
+        };
+        row("personal, two name lines, blank line, Herrn", "berger", 0, 1, "LN",
+            "Herrn|Hans Berger|Muster GmbH|Hauptstr. 1| |80331 München|");
+        row("business, one name line, blank line, Herrn", "berger", 0, 0, "SLN",
+            "Muster GmbH|Herrn Hans Berger|Hauptstr. 1| |80331 München||");
+        row("business, two name lines", "berger", 0, 0, "",
+            "Muster GmbH|Herr|Hans Berger|Hauptstr. 1|80331 München||");
+        row("personal, one name line", "berger", 0, 1, "S",
+            "Herr Hans Berger|Muster GmbH|Hauptstr. 1|80331 München|||");
+        row("any order but 0 is personal", "berger", 0, 7, "S",
+            "Herr Hans Berger|Muster GmbH|Hauptstr. 1|80331 München|||");
+        row("full business block is cut after line 7", "full", 0, 0, "L",
+            "Muster GmbH|Werk Süd|Halle 4|Herr Dr.|Hans Berger|Einkauf|Hauptstr. 1");
+        row("full personal block loses its country", "full", 2, 1, "SN",
+            "Herrn Dr. Hans Berger|Muster GmbH|Werk Süd|Halle 4|Einkauf|Ringstr. 9|1010 Wien");
+        row("full business block, home address", "full", 1, 0, "S",
+            "Muster GmbH|Werk Süd|Halle 4|Herr Dr. Hans Berger|Einkauf|Gartenweg 5|10115 Berlin");
+        row("no address selected: names and company only", "berger", 5, 1, "",
+            "Herr|Hans Berger|Muster GmbH||||");
+        row("no address selected, the blank line still stands", "berger", 5, 1, "L",
+            "Herr|Hans Berger|Muster GmbH| |||");
+        row("abroad: country line", "abroad", 0, 0, "S",
+            "Muster GmbH|Herr Hans Berger|Hauptstr. 1|80331 München|Österreich||");
+        row("empty contact", "empty", 0, 1, "", "||||||");
+    }
+    void addressBlock()
+    {
+        QFETCH(QString, contact);
+        QFETCH(int, addressType);
+        QFETCH(int, order);
+        QFETCH(QString, flags);
+        const ContactItem item = ::contact(contact);
+        Fields f;
+        f.fields.setTitleAndNameOnSameLine(flags.contains(u'S'));
+        f.fields.setAddEmptyLineBeforeCity(flags.contains(u'L'));
+        f.fields.setAddNToHerr(flags.contains(u'N'));
+        QStringList got;
+        for (int n = 1; n <= 7; ++n)
+            got.append(f.get(item, QStringLiteral("%1. Anschrift-Zeile").arg(n), 1, addressType,
+                             order, 0));
+        QTEST(got.join(u'|'), "lines");
+    }
+    void addressBlockReportsMissingCompanyLines()
+    {
+        ScriptedUserInterface ui;
+        ui.answer(Mb::Ok);
+        ui.answer(Mb::Ok);
+        const ContactItem item = berger();
+        ContactFields fields;
+        for (int n = 1; n <= 7; ++n)
+            fields.GetFieldData(&item, QStringLiteral("%1. Anschrift-Zeile").arg(n), 1, 0, 1, 0);
+        // Once each per block, in block order.
+        QCOMPARE(ui.boxes().size(), 2);
+        QCOMPARE(ui.boxes()[0].text, missing("Firma 2"));
+        QCOMPARE(ui.boxes()[1].text, missing("Firma 3"));
+    }
+
+    void cursor_data()
+    {
+        // Requests "A:n" or "B:n" (line n of contact A = berger, B = full), or "A:<field>";
+        // personal order, two name lines, no blank line.
+        QTest::addColumn<QString>("requests");
+        QTest::addColumn<QString>("results");
+        QTest::newRow("fresh object: a later line has no cursor")
+            << "A:3|A:4"
+            << "Unknown field: ''|Unknown field: ''";
+        QTest::newRow("line 1 again starts again") << "A:1|A:1|A:2"
+                                                   << "Herr|Herr|Hans Berger";
+        QTest::newRow("only the order of requests counts") << "A:1|A:5|A:0"
+                                                           << "Herr|Hans Berger|Muster GmbH";
+        QTest::newRow("12 counts as line 1") << "A:1|A:2|A:12"
+                                             << "Herr|Hans Berger|Herr";
+        QTest::newRow("not reset between contacts") << "A:1|A:2|B:3|B:4"
+                                                    << "Herr|Hans Berger|Muster GmbH|Werk Süd";
+        QTest::newRow("after the end every line is empty until line 1")
+            << "A:1|A:2|A:3|A:4|A:5|A:6|A:9|B:1"
+            << "Herr|Hans Berger|Muster GmbH|Hauptstr. 1|80331 München|||Herr Dr.";
+        QTest::newRow("other fields leave the cursor alone")
+            << "A:1|A:Anrede+Name|A:PLZ+Ort ausgewählte Adresse|A:2"
+            << "Herr|Herr Hans Berger|80331 München|Hans Berger";
+    }
+    void cursor()
+    {
+        QFETCH(QString, requests);
+        const ContactItem a = berger();
+        const ContactItem b = full();
+        Fields f;
+        QStringList got;
+        for (const QString& r : requests.split(u'|')) {
+            QString name = r.mid(2);
+            if (name.front().isDigit())
+                name += QStringLiteral(". Anschrift-Zeile");
+            got.append(f.get(r.startsWith(u'A') ? a : b, name, 1, 0, 1, 0));
+        }
+        QTEST(got.join(u'|'), "results");
+        // A second object has a cursor of its own.
+        QCOMPARE(Fields().get(a, QStringLiteral("2. Anschrift-Zeile"), 1), "Unknown field: ''");
+    }
+
+    void addressLineNumberMustBeADigit_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("letter") << "x. Anschrift-Zeile";
+        QTest::newRow("blank") << " 1. Anschrift-Zeile";
+        QTest::newRow("suffix alone") << ". Anschrift-Zeile";
+    }
+    void addressLineNumberMustBeADigit()
+    {
+        QFETCH(QString, name);
+        Fields f;
+        QCOMPARE(errorNumber([&] { f.get(berger(), name, 1); }), 13L);
+    }
+};
+
+QTEST_GUILESS_MAIN(TstContactFields)
+#include "tst_contactfields.moc"

@@ -58,17 +58,9 @@ EngineDocument& usable(const WordDocument& document)
 
 ClsWord::ClsWord() = default;
 
-ClsWord::~ClsWord()
-{
-    // Documents not handed to the user yet are dropped, not saved behind the user's back.
-    if (m_engine) {
-        try {
-            m_engine->quit(false);
-        } catch (...) {
-            // Nothing to report from a destructor; the documents are gone either way.
-        }
-    }
-}
+// The engine closes its documents unsaved when it goes: documents not handed to the user are
+// dropped, never saved behind the user's back.
+ClsWord::~ClsWord() = default;
 
 QStringList ClsWord::knownVersions()
 {
@@ -82,6 +74,16 @@ QString ClsWord::productNameOf(const QString& version)
     if (version == kVersionOoxml)
         return QStringLiteral("Zettelwerk DOCX");
     return QString();
+}
+
+QString ClsWord::useVersionCaption(const QString& version)
+{
+    return productNameOf(version) + QStringLiteral(" verwenden");
+}
+
+QString ClsWord::notInstalledText(const QString& version)
+{
+    return productNameOf(version) + QStringLiteral(" ist nicht installiert");
 }
 
 bool ClsWord::IsVersionInstalled(const QString& sRequiredVersion) const
@@ -330,7 +332,7 @@ QString ClsWord::presentDocument(const WordDocument& oDoc)
         return usable(oDoc).present();
     } catch (...) {
         logDocumentFailure(QStringLiteral("Fehler beim Speichern des Word-Dokuments"),
-                   vuErrorFromCurrentException());
+                           vuErrorFromCurrentException());
     }
     return QString();
 }

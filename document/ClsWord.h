@@ -40,6 +40,10 @@ public:
     static QStringList knownVersions();
     // Product name of a known version; empty for any other string.
     static QString productNameOf(const QString& version);
+    // Texts of the version choice: "<product> verwenden" for the choice button and
+    // "<product> ist nicht installiert" when a chosen version is not there.
+    static QString useVersionCaption(const QString& version);
+    static QString notInstalledText(const QString& version);
 
     // True when the version is installed. Changes nothing.
     bool IsVersionInstalled(const QString& sRequiredVersion) const;
@@ -59,8 +63,7 @@ public:
     // A new document from the template, or a blank one for "(leeres Dokument)". The previous
     // document is closed first when asked. Failure: log "Fehler beim Erzeugen eines
     // Word-Dokuments", none.
-    WordDocument CreateDocument(const QString& sDotFile, bool bWordVisible,
-                                bool bCloseOldDocument);
+    WordDocument CreateDocument(const QString& sDotFile, bool bWordVisible, bool bCloseOldDocument);
     // Types the text at the bookmark, or, for an empty bookmark or a "(" line placeholder,
     // followed by "\r\n" at the insertion point. Text that is empty after trimming blanks is
     // not written (true). A protected document is unprotected and the write repeated once.

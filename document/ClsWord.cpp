@@ -1,0 +1,350 @@
+#include "document/ClsWord.h"
+
+#include "document/DocumentErrors.h"
+#include "document/FailureLog.h"
+#include "document/FieldAssignmentDefaults.h"
+#include "document/OoxmlEngine.h"
+#include "util/AppInfo.h"
+#include "util/ErrorRoutine.h"
+#include "util/TextUtil.h"
+#include "util/UserInterface.h"
+#include "util/ZwError.h"
+
+#include <QDir>
+#include <QFileInfo>
+#include <QStandardPaths>
+#include <QTemporaryFile>
+#include <limits>
+#include <optional>
+
+const QString ClsWord::kVersionLibreOffice = QStringLiteral("LO");
+const QString ClsWord::kVersionOoxml = QStringLiteral("OOXML");
+
+namespace
+{
+
+constexpr long kObjectNotSet = 91;
+constexpr long kOverflow = 6;
+constexpr long kPathAccess = 75;
+
+QString source()
+{
+    return QStringLiteral("ClsWord");
+}
+
+QString sofficePath()
+{
+    return QStandardPaths::findExecutable(QStringLiteral("soffice"));
+}
+
+// Only blanks count, as in the trim the system has always used: a tab or a line break is text.
+bool isBlankOnly(const QString& text)
+{
+    for (const QChar c : text) {
+        if (c != QLatin1Char(' '))
+            return false;
+    }
+    return true;
+}
+
+EngineDocument& usable(const WordDocument& document)
+{
+    if (!document)
+        throw ZwError(kObjectNotSet, QStringLiteral("Objektvariable nicht festgelegt"), source());
+    return *document;
+}
+
+} // namespace
+
+ClsWord::ClsWord() = default;
+
+// The engine closes its documents unsaved when it goes: documents not handed to the user are
+// dropped, never saved behind the user's back.
+ClsWord::~ClsWord() = default;
+
+QStringList ClsWord::knownVersions()
+{
+    return {kVersionLibreOffice, kVersionOoxml};
+}
+
+QString ClsWord::productNameOf(const QString& version)
+{
+    if (version == kVersionLibreOffice)
+        return QStringLiteral("LibreOffice Writer");
+    if (version == kVersionOoxml)
+        return QStringLiteral("Zettelwerk DOCX");
+    return QString();
+}
+
+QString ClsWord::useVersionCaption(const QString& version)
+{
+    return productNameOf(version) + QStringLiteral(" verwenden");
+}
+
+QString ClsWord::notInstalledText(const QString& version)
+{
+    return productNameOf(version) + QStringLiteral(" ist nicht installiert");
+}
+
+bool ClsWord::IsVersionInstalled(const QString& sRequiredVersion) const
+{
+    if (sRequiredVersion == kVersionOoxml)
+        return true;
+    if (sRequiredVersion == kVersionLibreOffice)
+        return !sofficePath().isEmpty();
+    return false;
+}
+
+QString ClsWord::programDirectoryOf(const QString& version)
+{
+    if (version == kVersionOoxml)
+        return VuEnsureTrailingSeparator(AppInfo::programFolder());
+    if (version == kVersionLibreOffice) {
+        const QString soffice = sofficePath();
+        if (!soffice.isEmpty())
+            return VuEnsureTrailingSeparator(QFileInfo(soffice).absolutePath());
+    }
+    return QString();
+}
+
+bool ClsWord::SetUsedVersion(const QString& sVersion)
+{
+    if (!knownVersions().contains(sVersion))
+        return false;
+    const bool installed = IsVersionInstalled(sVersion);
+    m_usedVersion = installed ? sVersion : QString();
+    m_programDirectory = installed ? programDirectoryOf(sVersion) : QString();
+    return installed;
+}
+
+QString ClsWord::Version()
+{
+    if (m_usedVersion.isEmpty()) {
+        for (const QString& version : knownVersions()) {
+            if (SetUsedVersion(version))
+                break;
+        }
+    }
+    return m_usedVersion;
+}
+
+QString ClsWord::ProductName()
+{
+    return productNameOf(Version());
+}
+
+std::unique_ptr<DocumentEngine> ClsWord::makeEngine() const
+{
+    // Both versions are served by the built-in engine for now (see the class comment).
+    return std::make_unique<OoxmlEngine>();
+}
+
+QString ClsWord::effectiveOutputFolder() const
+{
+    if (!m_outputFolder.isEmpty())
+        return m_outputFolder;
+    const QString documents = QStandardPaths::writableLocation(QStandardPaths::DocumentsLocation);
+    return documents.isEmpty() ? QDir::homePath() : documents;
+}
+
+void ClsWord::ensureOutputFolder() const
+{
+    const QString folder = effectiveOutputFolder();
+    const QString shown = QDir::toNativeSeparators(folder);
+    // The user's documents folder may not exist yet on a fresh account; a folder the user
+    // chose is never created, since a missing one usually means a drive that is not mounted.
+    if (m_outputFolder.isEmpty() && !QFileInfo::exists(folder))
+        QDir().mkpath(folder);
+    if (!QFileInfo(folder).isDir())
+        throw ZwError(kPathAccess,
+                      QStringLiteral("Der Ausgabeordner \"%1\" existiert nicht.").arg(shown),
+                      source());
+    // Permission bits do not tell (access lists, read-only mounts, root): try it.
+    QTemporaryFile probe(folder + QStringLiteral("/.zettelwerk-probe-XXXXXX"));
+    if (!probe.open())
+        throw ZwError(kPathAccess,
+                      QStringLiteral("Der Ausgabeordner \"%1\" ist nicht beschreibbar: %2")
+                          .arg(shown, probe.errorString()),
+                      source());
+}
+
+void ClsWord::dropEngine()
+{
+    m_engine.reset();
+    m_currentDocument.reset();
+}
+
+bool ClsWord::OpenWord(bool bVisible)
+{
+    if (Version().isEmpty())
+        return false;
+    ui().setHourglass(true);
+    for (int attempt = 1;; ++attempt) {
+        std::optional<ZwError> failure;
+        try {
+            if (!m_engine) {
+                m_engine = makeEngine();
+                m_engine->setOpener(m_opener);
+                m_engine->open();
+                m_engine->setVisible(bVisible);
+            } else if (!m_engine->isOpen()) {
+                // The word processor was quit behind our back: start a fresh one.
+                throw ZwError(DocumentError::ServerGone,
+                              QStringLiteral("Die Textverarbeitung antwortet nicht mehr."),
+                              source());
+            }
+            ensureOutputFolder();
+            m_engine->setOutputFolder(effectiveOutputFolder());
+            ui().setHourglass(false);
+            return true;
+        } catch (...) {
+            failure.emplace(vuErrorFromCurrentException());
+        }
+        dropEngine();
+        if (failure->number() == DocumentError::ServerGone && attempt == 1)
+            continue;
+        logDocumentFailure(QStringLiteral("Fehler beim Öffnen von Word"), *failure);
+        ui().setHourglass(false);
+        return false;
+    }
+}
+
+void ClsWord::CloseWord(bool bSaveChanges)
+{
+    if (Version().isEmpty())
+        return;
+    if (m_engine) {
+        try {
+            m_engine->quit(bSaveChanges);
+        } catch (...) {
+            // Errors are ignored here; every document is closed all the same.
+        }
+    }
+    dropEngine();
+}
+
+WordDocument ClsWord::CreateDocument(const QString& sDotFile, bool bWordVisible,
+                                     bool bCloseOldDocument)
+{
+    if (Version().isEmpty())
+        return {};
+    const QString templatePath = sDotFile == kEmptyDocument ? QString() : sDotFile;
+    for (int attempt = 1;; ++attempt) {
+        if (!OpenWord(bWordVisible))
+            return {};
+        std::optional<ZwError> failure;
+        try {
+            if (m_currentDocument) {
+                if (bCloseOldDocument) {
+                    try {
+                        m_currentDocument->close(false);
+                    } catch (...) {
+                        // Closing a document that is already gone is no failure.
+                    }
+                }
+                m_currentDocument.reset();
+            }
+            m_engine->setVisible(bWordVisible);
+            m_currentDocument = m_engine->addDocument(templatePath);
+            return m_currentDocument;
+        } catch (...) {
+            failure.emplace(vuErrorFromCurrentException());
+        }
+        // A word processor that went away meanwhile is started afresh (once).
+        if (failure->number() == DocumentError::ServerGone && attempt == 1) {
+            dropEngine();
+            continue;
+        }
+        logDocumentFailure(QStringLiteral("Fehler beim Erzeugen eines Word-Dokuments"), *failure);
+        return {};
+    }
+}
+
+bool ClsWord::SetText(const WordDocument& oDoc, const QString& sText, const QString& sBookmark)
+{
+    if (Version().isEmpty())
+        return false;
+    std::optional<ZwError> failure;
+    try {
+        EngineDocument& document = usable(oDoc);
+        if (isBlankOnly(sText))
+            return true;
+        const bool atBookmark = !sBookmark.isEmpty() && !sBookmark.startsWith(QLatin1Char('('));
+        const auto write = [&] {
+            if (atBookmark) {
+                document.goToBookmark(sBookmark);
+                document.typeText(sText);
+            } else {
+                // Successive placeholders build successive lines of a blank document.
+                document.typeText(sText + QStringLiteral("\r\n"));
+            }
+        };
+        try {
+            write();
+        } catch (const ZwError& e) {
+            if (e.number() != DocumentError::Protected)
+                throw;
+            // A protected template: lift the protection and write once more.
+            document.unprotect();
+            write();
+        }
+        return true;
+    } catch (...) {
+        failure.emplace(vuErrorFromCurrentException());
+    }
+    QString line = QStringLiteral("Fehler beim Schreiben von '") + sText + QLatin1Char('\'');
+    if (!sBookmark.isEmpty())
+        line += QStringLiteral(" an Textmarke '") + sBookmark + QLatin1Char('\'');
+    logDocumentFailure(line, *failure);
+    return false;
+}
+
+qint16 ClsWord::GetBookmarkCount(const WordDocument& oDoc)
+{
+    if (Version().isEmpty())
+        return 0;
+    try {
+        const int count = usable(oDoc).bookmarkCount();
+        if (count > std::numeric_limits<qint16>::max())
+            throw ZwError(kOverflow, QStringLiteral("Überlauf"), source());
+        return qint16(count);
+    } catch (...) {
+        logDocumentFailure(QStringLiteral("GetBookmarkCount"), vuErrorFromCurrentException());
+    }
+    return 0;
+}
+
+QString ClsWord::GetBookmarkName(const WordDocument& oDoc, qint16 nIndex)
+{
+    if (Version().isEmpty())
+        return QString();
+    try {
+        return usable(oDoc).bookmarkName(nIndex);
+    } catch (...) {
+        logDocumentFailure(QStringLiteral("GetBookmarkName"), vuErrorFromCurrentException());
+    }
+    return QString();
+}
+
+QString ClsWord::presentDocument(const WordDocument& oDoc)
+{
+    try {
+        return usable(oDoc).present();
+    } catch (...) {
+        logDocumentFailure(QStringLiteral("Fehler beim Speichern des Word-Dokuments"),
+                           vuErrorFromCurrentException());
+    }
+    return QString();
+}
+
+void ClsWord::setOutputFolder(const QString& folder)
+{
+    m_outputFolder = folder;
+}
+
+void ClsWord::setOpener(DocumentEngine::Opener opener)
+{
+    m_opener = std::move(opener);
+    if (m_engine)
+        m_engine->setOpener(m_opener);
+}

@@ -1,0 +1,618 @@
+#include "LogCapture.h"
+#include "OoxmlTestPackage.h"
+#include "document/ClsWord.h"
+#include "document/FieldAssignmentDefaults.h"
+#include "tests/support/ScriptedUserInterface.h"
+#include "tests/support/TestEnvironment.h"
+
+#include <QDir>
+#include <QFile>
+#include <QStandardPaths>
+#include <QTemporaryDir>
+#include <QTest>
+#include <unistd.h>
+
+using namespace OoxmlTestPackage;
+
+namespace
+{
+
+std::string start(int id, const std::string& name)
+{
+    return "<w:bookmarkStart w:id=\"" + std::to_string(id) + "\" w:name=\"" + name + "\"/>";
+}
+
+std::string end(int id)
+{
+    return "<w:bookmarkEnd w:id=\"" + std::to_string(id) + "\"/>";
+}
+
+std::string para(const std::string& content)
+{
+    return "<w:p>" + content + "</w:p>";
+}
+
+std::string run(const std::string& text)
+{
+    return "<w:r><w:t xml:space=\"preserve\">" + text + "</w:t></w:r>";
+}
+
+const char* const readOnly = "<w:documentProtection w:edit=\"readOnly\" w:enforcement=\"1\"/>";
+
+// PATH pointing at a folder that holds (or lacks) an executable "soffice".
+class FakePath
+{
+public:
+    enum Kind { None, Executable, NotExecutable };
+    explicit FakePath(Kind kind) : m_old(qgetenv("PATH"))
+    {
+        if (kind != None) {
+            QFile file(m_dir.filePath(QStringLiteral("soffice")));
+            file.open(QIODevice::WriteOnly);
+            file.write("#!/bin/sh\nexit 0\n");
+            file.close();
+            file.setPermissions(kind == Executable
+                                    ? QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
+                                          QFile::ExeGroup | QFile::ExeOther
+                                    : QFile::ReadOwner | QFile::WriteOwner);
+        }
+        qputenv("PATH", m_dir.path().toUtf8());
+    }
+    ~FakePath() { qputenv("PATH", m_old); }
+    QString folder() const { return m_dir.path() + QLatin1Char('/'); }
+
+private:
+    QTemporaryDir m_dir;
+    QByteArray m_old;
+};
+
+} // namespace
+
+class TstClsWord : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<TestEnvironment> m_env;
+    std::unique_ptr<ScriptedUserInterface> m_ui;
+    std::unique_ptr<LogCapture> m_log;
+    std::unique_ptr<QTemporaryDir> m_dir;
+    std::unique_ptr<ClsWord> m_word;
+    QStringList m_opened;
+
+    QString outDir() const { return m_dir->filePath(QStringLiteral("out")); }
+
+    QString writeTemplate(const Template& t, const QString& name = QStringLiteral("Brief.dotx"))
+    {
+        const QString path = m_dir->filePath(name);
+        if (!writeZip(path, entriesOf(t)))
+            qFatal("cannot write test template");
+        return path;
+    }
+
+    // A letter with bookmark B around "alt" in its second paragraph.
+    QString letterTemplate(const std::string& settings = std::string())
+    {
+        Template t;
+        t.body = para(run("Kopf")) + para(start(1, "B") + run("alt") + end(1));
+        t.settings = settings;
+        return writeTemplate(t);
+    }
+
+    std::map<std::string, std::string> savedEntries(const WordDocument& document)
+    {
+        const QString path = m_word->presentDocument(document);
+        return readZip(path);
+    }
+
+    static void parse(pugi::xml_document& xml, const std::string& text)
+    {
+        xml.load_buffer(text.data(), text.size(), pugi::parse_default | pugi::parse_ws_pcdata);
+    }
+
+private Q_SLOTS:
+    void init()
+    {
+        m_env = std::make_unique<TestEnvironment>();
+        m_ui = std::make_unique<ScriptedUserInterface>();
+        m_log = std::make_unique<LogCapture>(*m_ui);
+        m_dir = std::make_unique<QTemporaryDir>();
+        QDir(m_dir->path()).mkpath(QStringLiteral("out"));
+        m_opened.clear();
+        m_word = std::make_unique<ClsWord>();
+        m_word->setOutputFolder(outDir());
+        m_word->setOpener([this](const QString& path) { m_opened.append(path); });
+    }
+
+    void cleanup()
+    {
+        m_word.reset();
+        m_log.reset();
+        QVERIFY2(m_ui->boxes().isEmpty(), qPrintable(m_ui->boxes().value(0).text));
+        m_ui.reset();
+        m_env.reset();
+    }
+
+    void versionTable_data()
+    {
+        QTest::addColumn<int>("path");
+        QTest::addColumn<QStringList>("choices");
+        QTest::addColumn<QList<bool>>("choiceResults");
+        QTest::addColumn<QString>("version");
+        QTest::addColumn<QString>("productName");
+
+        QTest::newRow("without LibreOffice the built-in engine is the newest installed")
+            << int(FakePath::None) << QStringList() << QList<bool>() << "OOXML"
+            << "Zettelwerk DOCX";
+        QTest::newRow("soffice on PATH: LibreOffice Writer comes first")
+            << int(FakePath::Executable) << QStringList() << QList<bool>() << "LO"
+            << "LibreOffice Writer";
+        QTest::newRow("soffice without execute permission is not LibreOffice")
+            << int(FakePath::NotExecutable) << QStringList() << QList<bool>() << "OOXML"
+            << "Zettelwerk DOCX";
+        QTest::newRow("the user's choice of the older version holds")
+            << int(FakePath::Executable) << QStringList{"OOXML"} << QList<bool>{true} << "OOXML"
+            << "Zettelwerk DOCX";
+        QTest::newRow("a version not installed leaves none, the next use detects again")
+            << int(FakePath::None) << QStringList{"LO"} << QList<bool>{false} << "OOXML"
+            << "Zettelwerk DOCX";
+        QTest::newRow("a Windows version string is unknown and changes nothing")
+            << int(FakePath::Executable) << QStringList{"OOXML", "9.0"} << QList<bool>{true, false}
+            << "OOXML"
+            << "Zettelwerk DOCX";
+        QTest::newRow("version strings compare exactly")
+            << int(FakePath::Executable) << QStringList{"OOXML", "lo"} << QList<bool>{true, false}
+            << "OOXML"
+            << "Zettelwerk DOCX";
+        QTest::newRow("choosing again replaces the choice")
+            << int(FakePath::Executable) << QStringList{"OOXML", "LO"} << QList<bool>{true, true}
+            << "LO"
+            << "LibreOffice Writer";
+    }
+    void versionTable()
+    {
+        QFETCH(int, path);
+        QFETCH(QStringList, choices);
+        QFETCH(QList<bool>, choiceResults);
+        QFETCH(QString, version);
+        QFETCH(QString, productName);
+        FakePath fake{FakePath::Kind(path)};
+        ClsWord word;
+        QCOMPARE(word.IsVersionInstalled(QStringLiteral("LO")), path == FakePath::Executable);
+        QVERIFY(word.IsVersionInstalled(QStringLiteral("OOXML")));
+        QVERIFY(!word.IsVersionInstalled(QStringLiteral("9.0")));
+        for (int i = 0; i < choices.size(); ++i)
+            QCOMPARE(word.SetUsedVersion(choices[i]), choiceResults[i]);
+        QCOMPARE(word.Version(), version);
+        QCOMPARE(word.ProductName(), productName);
+        QCOMPARE(word.programDirectory(), version == QLatin1String("LO")
+                                              ? fake.folder()
+                                              : QCoreApplication::applicationDirPath() + "/");
+    }
+
+    void productNames()
+    {
+        QCOMPARE(ClsWord::knownVersions(), (QStringList{"LO", "OOXML"}));
+        QCOMPARE(ClsWord::productNameOf(QStringLiteral("LO")),
+                 QStringLiteral("LibreOffice Writer"));
+        QCOMPARE(ClsWord::productNameOf(QStringLiteral("OOXML")),
+                 QStringLiteral("Zettelwerk DOCX"));
+        QCOMPARE(ClsWord::productNameOf(QStringLiteral("8.0")), QString());
+        QCOMPARE(ClsWord::useVersionCaption(QStringLiteral("LO")),
+                 QStringLiteral("LibreOffice Writer verwenden"));
+        QCOMPARE(ClsWord::notInstalledText(QStringLiteral("OOXML")),
+                 QStringLiteral("Zettelwerk DOCX ist nicht installiert"));
+    }
+
+    void openWord_data()
+    {
+        QTest::addColumn<QString>("folder"); // relative to the test folder; "<default>"
+        QTest::addColumn<bool>("opens");
+        QTest::addColumn<QString>("cause");
+        QTest::newRow("writable folder") << "out" << true << QString();
+        QTest::newRow("documents folder by default") << "<default>" << true << QString();
+        QTest::newRow("missing documents folder is created")
+            << "<missing default>" << true << QString();
+        QTest::newRow("missing chosen folder fails")
+            << "nicht-da" << false << "Der Ausgabeordner \"%1\" existiert nicht.";
+        QTest::newRow("a file instead of a folder fails")
+            << "datei.txt" << false << "Der Ausgabeordner \"%1\" existiert nicht.";
+        if (geteuid() != 0)
+            QTest::newRow("read-only folder fails")
+                << "readonly" << false << "Der Ausgabeordner \"%1\" ist nicht";
+    }
+    void openWord()
+    {
+        QFETCH(QString, folder);
+        QFETCH(bool, opens);
+        QFETCH(QString, cause);
+        QFile(m_dir->filePath(QStringLiteral("datei.txt"))).open(QIODevice::WriteOnly);
+        QDir(m_dir->path()).mkpath(QStringLiteral("readonly"));
+        QFile::setPermissions(m_dir->filePath(QStringLiteral("readonly")),
+                              QFile::ReadOwner | QFile::ExeOwner);
+        const QString documents = m_env->root() + QStringLiteral("/home/Documents");
+        if (folder == QLatin1String("<missing default>"))
+            QDir(documents).removeRecursively();
+        const bool isDefault = folder.startsWith(QLatin1Char('<'));
+        const QString path = isDefault ? QString() : m_dir->filePath(folder);
+        m_word->setOutputFolder(path);
+
+        QCOMPARE(m_word->OpenWord(true), opens);
+        QVERIFY(!m_ui->hourglass());
+        QCOMPARE(m_word->engine() != nullptr, opens);
+        if (opens) {
+            QCOMPARE(m_log->lines(), QStringList());
+            QCOMPARE(m_word->engine()->outputFolder(), isDefault ? documents : path);
+            QVERIFY(QFileInfo(m_word->engine()->outputFolder()).isDir());
+            // The probe file is gone again.
+            QCOMPARE(QDir(m_word->engine()->outputFolder())
+                         .entryList(QDir::Files | QDir::Hidden | QDir::NoDotAndDotDot),
+                     QStringList());
+        } else {
+            const QStringList lines = m_log->lines();
+            QCOMPARE(lines.size(), 2);
+            QCOMPARE(lines[0], QStringLiteral("Fehler: Fehler beim Öffnen von Word"));
+            QVERIFY2(lines[1].startsWith(QStringLiteral("Info: ") + cause.arg(path)),
+                     qPrintable(lines[1]));
+            QVERIFY(!QFileInfo::exists(m_dir->filePath(QStringLiteral("nicht-da"))));
+        }
+    }
+
+    void openWordReplacesAProcessorThatWentAway()
+    {
+        QVERIFY(m_word->OpenWord(false));
+        DocumentEngine* first = m_word->engine();
+        QVERIFY(m_word->OpenWord(false));
+        QCOMPARE(m_word->engine(), first);
+        first->quit(false);
+        QVERIFY(m_word->OpenWord(false));
+        QVERIFY(m_word->engine()->isOpen());
+        QCOMPARE(m_log->lines(), QStringList());
+        // The fresh engine shows documents through the same opener.
+        m_word->engine()->setVisible(true);
+        const QString path =
+            m_word->presentDocument(m_word->CreateDocument(kEmptyDocument, true, false));
+        QCOMPARE(m_opened, QStringList{path});
+    }
+
+    void createDocument_data()
+    {
+        QTest::addColumn<QString>("dotFile");
+        QTest::addColumn<bool>("created");
+        QTest::addColumn<int>("bookmarks");
+        QTest::newRow("template") << "Brief.dotx" << true << 1;
+        QTest::newRow("(leeres Dokument) is a blank document, not a file of that name")
+            << "(leeres Dokument)" << true << 0;
+        QTest::newRow("missing template") << "Fehlt.dotx" << false << 0;
+        QTest::newRow("old binary template is refused") << "Alt.dot" << false << 0;
+        QTest::newRow("empty path is a blank document") << "" << true << 0;
+    }
+    void createDocument()
+    {
+        QFETCH(QString, dotFile);
+        QFETCH(bool, created);
+        QFETCH(int, bookmarks);
+        letterTemplate();
+        // A real template under the blank document's name in the working folder.
+        QFile::copy(m_dir->filePath(QStringLiteral("Brief.dotx")),
+                    m_dir->filePath(QStringLiteral("(leeres Dokument)")));
+        QFile old(m_dir->filePath(QStringLiteral("Alt.dot")));
+        old.open(QIODevice::WriteOnly);
+        old.write(QByteArray("\xD0\xCF\x11\xE0\xA1\xB1\x1A\xE1", 8) + QByteArray(504, '\0'));
+        old.close();
+        const QString previous = QDir::currentPath();
+        QDir::setCurrent(m_dir->path());
+        const QString path =
+            dotFile.isEmpty() || dotFile == kEmptyDocument ? dotFile : m_dir->filePath(dotFile);
+        WordDocument document = m_word->CreateDocument(path, false, false);
+        QDir::setCurrent(previous);
+
+        QCOMPARE(bool(document), created);
+        QVERIFY(!m_ui->hourglass());
+        if (created) {
+            QCOMPARE(document->templatePath(), path == kEmptyDocument ? QString() : path);
+            QCOMPARE(int(m_word->GetBookmarkCount(document)), bookmarks);
+            QCOMPARE(m_word->currentDocument(), document);
+            QCOMPARE(m_log->lines(), QStringList());
+        } else {
+            const QStringList lines = m_log->lines();
+            QCOMPARE(lines.size(), 2);
+            QCOMPARE(lines[0], QStringLiteral("Fehler: Fehler beim Erzeugen eines Word-Dokuments"));
+            QVERIFY2(lines[1].contains(QDir::toNativeSeparators(path)), qPrintable(lines[1]));
+            QCOMPARE(m_word->currentDocument(), WordDocument());
+        }
+    }
+
+    void closeOldDocument_data()
+    {
+        QTest::addColumn<bool>("closeOld");
+        QTest::newRow("old document closed") << true;
+        QTest::newRow("old document stays open") << false;
+    }
+    void closeOldDocument()
+    {
+        QFETCH(bool, closeOld);
+        const QString path = letterTemplate();
+        WordDocument first = m_word->CreateDocument(path, true, false);
+        QVERIFY(m_word->SetText(first, QStringLiteral("eins"), QStringLiteral("B")));
+        WordDocument second = m_word->CreateDocument(path, true, closeOld);
+        QVERIFY(second);
+        QCOMPARE(first->isClosed(), closeOld);
+        QCOMPARE(m_word->engine()->documents().size(), closeOld ? 1 : 2);
+        QCOMPARE(m_word->currentDocument(), second);
+        // A closed document was not saved behind the user's back.
+        QCOMPARE(QDir(outDir()).entryList(QDir::Files), QStringList());
+    }
+
+    void setText_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("bookmark");
+        QTest::addColumn<bool>("result");
+        QTest::addColumn<QString>("bookmarkText");
+        QTest::addColumn<QStringList>("paragraphs");
+        QTest::addColumn<QStringList>("errors");
+        const QStringList untouched{"Kopf", "alt"};
+        QTest::newRow("text replaces the bookmark's content")
+            << "Neu"
+            << "B" << true << "Neu" << QStringList{"Kopf", "Neu"} << QStringList();
+        QTest::newRow("bookmark names ignore case")
+            << "Neu"
+            << "b" << true << "Neu" << QStringList{"Kopf", "Neu"} << QStringList();
+        QTest::newRow("blanks only write nothing")
+            << "   "
+            << "B" << true << "alt" << untouched << QStringList();
+        QTest::newRow("a tab is text, not a blank")
+            << "\t"
+            << "B" << true << "\t" << QStringList{"Kopf", "\t"} << QStringList();
+        QTest::newRow("surrounding blanks are typed as they are")
+            << " x "
+            << "B" << true << " x " << QStringList{"Kopf", " x "} << QStringList();
+        QTest::newRow("line placeholder types a line at the insertion point")
+            << "Zeile"
+            << "(1. Zeile)" << true << "alt" << QStringList{"Zeile", "Kopf", "alt"}
+            << QStringList();
+        QTest::newRow("any bookmark beginning with '(' is a placeholder")
+            << "Zeile"
+            << "(B)" << true << "alt" << QStringList{"Zeile", "Kopf", "alt"} << QStringList();
+        QTest::newRow("no bookmark types a line at the insertion point")
+            << "Zeile"
+            << "" << true << "alt" << QStringList{"Zeile", "Kopf", "alt"} << QStringList();
+        QTest::newRow("unknown bookmark is logged with text and bookmark")
+            << "x"
+            << "Fehlt" << false << "alt" << untouched
+            << QStringList{"Fehler beim Schreiben von 'x' an Textmarke 'Fehlt'"};
+        QTest::newRow("unknown bookmark with blanks only is not even looked for")
+            << "  "
+            << "Fehlt" << true << "alt" << untouched << QStringList();
+    }
+    void setText()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, bookmark);
+        QFETCH(bool, result);
+        QFETCH(QString, bookmarkText);
+        QFETCH(QStringList, paragraphs);
+        QFETCH(QStringList, errors);
+        WordDocument document = m_word->CreateDocument(letterTemplate(), true, false);
+        QCOMPARE(m_word->SetText(document, text, bookmark), result);
+        QCOMPARE(m_log->errors(), errors);
+        QCOMPARE(document->isDirty(), paragraphs != QStringList({"Kopf", "alt"}));
+        pugi::xml_document main;
+        parse(main, savedEntries(document).at("word/document.xml"));
+        QCOMPARE(OoxmlTestPackage::bookmarkText(main, "B"), bookmarkText);
+        QCOMPARE(OoxmlTestPackage::paragraphs(main), paragraphs);
+    }
+
+    void setTextFailures_data()
+    {
+        QTest::addColumn<int>("documentState"); // 0 none, 1 closed
+        QTest::addColumn<QString>("bookmark");
+        QTest::addColumn<QString>("logged");
+        QTest::newRow("no document, with bookmark")
+            << 0 << "B"
+            << "Fehler beim Schreiben von 'Text' an Textmarke 'B'";
+        QTest::newRow("no document, without bookmark") << 0 << ""
+                                                       << "Fehler beim Schreiben von 'Text'";
+        QTest::newRow("closed document, placeholder named")
+            << 1 << "(2. Zeile)"
+            << "Fehler beim Schreiben von 'Text' an Textmarke '(2. Zeile)'";
+    }
+    void setTextFailures()
+    {
+        QFETCH(int, documentState);
+        QFETCH(QString, bookmark);
+        QFETCH(QString, logged);
+        WordDocument document;
+        if (documentState == 1) {
+            document = m_word->CreateDocument(kEmptyDocument, false, false);
+            m_word->CloseWord(false);
+        }
+        QVERIFY(!m_word->SetText(document, QStringLiteral("Text"), bookmark));
+        QCOMPARE(m_log->errors(), QStringList{logged});
+    }
+
+    void protectedDocument_data()
+    {
+        QTest::addColumn<QString>("bookmark");
+        QTest::addColumn<bool>("editableRange");
+        QTest::addColumn<bool>("protectionLeft");
+        QTest::newRow("bookmark in a protected template") << "B" << false << false;
+        QTest::newRow("insertion point in a protected template") << "(1. Zeile)" << false << false;
+        QTest::newRow("bookmark in an editable range keeps the protection") << "B" << true << true;
+    }
+    void protectedDocument()
+    {
+        QFETCH(QString, bookmark);
+        QFETCH(bool, editableRange);
+        QFETCH(bool, protectionLeft);
+        Template t;
+        t.settings = readOnly;
+        const std::string marked = start(1, "B") + run("alt") + end(1);
+        t.body = para(run("Kopf")) + para(editableRange
+                                              ? "<w:permStart w:id=\"7\" w:edGrp=\"everyone\"/>" +
+                                                    marked + "<w:permEnd w:id=\"7\"/>"
+                                              : marked);
+        WordDocument document = m_word->CreateDocument(writeTemplate(t), true, false);
+        QVERIFY(document->isProtected());
+        QVERIFY(m_word->SetText(document, QStringLiteral("Neu"), bookmark));
+        QCOMPARE(m_log->lines(), QStringList());
+        QCOMPARE(document->isProtected(), protectionLeft);
+        const auto entries = savedEntries(document);
+        pugi::xml_document main;
+        parse(main, entries.at("word/document.xml"));
+        QVERIFY(paragraphs(main).join(QLatin1Char('|')).contains(QStringLiteral("Neu")));
+        QCOMPARE(entries.at("word/settings.xml").find("documentProtection") != std::string::npos,
+                 protectionLeft);
+    }
+
+    void blankDocumentLines_data()
+    {
+        QTest::addColumn<QStringList>("texts"); // text of (n. Zeile), n = 1..30
+        QTest::addColumn<QStringList>("paragraphs");
+        QStringList all, lines;
+        for (int n = 1; n <= 30; ++n)
+            all.append(QStringLiteral("Zeile %1").arg(n));
+        QTest::newRow("thirty lines in order") << all << (QStringList(all) << QString());
+        QStringList gaps = all;
+        gaps[1] = QString();
+        gaps[4] = QStringLiteral("  ");
+        gaps[29] = QString();
+        QStringList kept = all;
+        kept.removeAt(29);
+        kept.removeAt(4);
+        kept.removeAt(1);
+        QTest::newRow("blank lines leave no gap") << gaps << (kept << QString());
+        QTest::newRow("nothing assigned gives an empty page")
+            << QStringList(30, QString()) << QStringList{QString()};
+    }
+    void blankDocumentLines()
+    {
+        QFETCH(QStringList, texts);
+        QFETCH(QStringList, paragraphs);
+        WordDocument document = m_word->CreateDocument(kEmptyDocument, true, false);
+        QCOMPARE(int(m_word->GetBookmarkCount(document)), 0);
+        for (int n = 1; n <= 30; ++n)
+            QVERIFY(m_word->SetText(document, texts[n - 1], QStringLiteral("(%1. Zeile)").arg(n)));
+        pugi::xml_document main;
+        const auto entries = savedEntries(document);
+        parse(main, entries.at("word/document.xml"));
+        QCOMPARE(OoxmlTestPackage::paragraphs(main), paragraphs);
+        QVERIFY(entries.at("[Content_Types].xml").find(documentType) != std::string::npos);
+        QCOMPARE(m_log->lines(), QStringList());
+    }
+
+    void bookmarks_data()
+    {
+        QTest::addColumn<int>("index");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QStringList>("errors");
+        QTest::newRow("first by name, case ignored") << 1 << "alpha" << QStringList();
+        QTest::newRow("header bookmark counts") << 2 << "Kopfzeile" << QStringList();
+        QTest::newRow("table cell bookmark counts") << 3 << "Mitte" << QStringList();
+        QTest::newRow("last") << 4 << "Zeta" << QStringList();
+        QTest::newRow("index 0") << 0 << "" << QStringList{"GetBookmarkName"};
+        QTest::newRow("beyond the count, hidden one not reachable")
+            << 5 << "" << QStringList{"GetBookmarkName"};
+        QTest::newRow("negative") << -1 << "" << QStringList{"GetBookmarkName"};
+    }
+    void bookmarks()
+    {
+        QFETCH(int, index);
+        QFETCH(QString, name);
+        QFETCH(QStringList, errors);
+        Template t;
+        t.body = para(start(1, "Zeta") + end(1)) + para(start(2, "_Toc12") + end(2)) +
+                 "<w:tbl><w:tr><w:tc>" + para(start(3, "Mitte") + run("m") + end(3)) +
+                 "</w:tc></w:tr></w:tbl>" + para(start(4, "alpha") + end(4));
+        t.header = para(start(5, "Kopfzeile") + end(5));
+        WordDocument document = m_word->CreateDocument(writeTemplate(t), false, false);
+        QCOMPARE(int(m_word->GetBookmarkCount(document)), 4);
+        QCOMPARE(m_word->GetBookmarkName(document, qint16(index)), name);
+        QCOMPARE(m_log->errors(), errors);
+    }
+
+    void bookmarksOfNoDocument()
+    {
+        QCOMPARE(int(m_word->GetBookmarkCount(WordDocument())), 0);
+        QCOMPARE(m_word->GetBookmarkName(WordDocument(), 1), QString());
+        QCOMPARE(m_log->errors(), (QStringList{"GetBookmarkCount", "GetBookmarkName"}));
+    }
+
+    void closeWord_data()
+    {
+        QTest::addColumn<bool>("saveChanges");
+        QTest::addColumn<bool>("changed");
+        QTest::addColumn<int>("files");
+        QTest::newRow("quit without saving") << false << true << 0;
+        QTest::newRow("quit saving a changed document") << true << true << 1;
+        QTest::newRow("an unchanged document is not saved") << true << false << 0;
+    }
+    void closeWord()
+    {
+        QFETCH(bool, saveChanges);
+        QFETCH(bool, changed);
+        QFETCH(int, files);
+        WordDocument document = m_word->CreateDocument(letterTemplate(), false, false);
+        if (changed)
+            m_word->SetText(document, QStringLiteral("x"), QStringLiteral("B"));
+        m_word->CloseWord(saveChanges);
+        QVERIFY(document->isClosed());
+        QCOMPARE(m_word->engine(), nullptr);
+        QCOMPARE(m_word->currentDocument(), WordDocument());
+        QCOMPARE(QDir(outDir()).entryList(QDir::Files).size(), files);
+        QVERIFY(m_opened.isEmpty());
+        // Word can be used again afterwards.
+        QVERIFY(m_word->CreateDocument(kEmptyDocument, false, false));
+        QCOMPARE(m_log->lines(), QStringList());
+    }
+
+    void present_data()
+    {
+        QTest::addColumn<bool>("visible");
+        QTest::addColumn<bool>("nameTaken");
+        QTest::addColumn<QString>("fileName");
+        QTest::newRow("visible: saved and opened") << true << false << "Brief.docx";
+        QTest::newRow("invisible: saved only") << false << false << "Brief.docx";
+        QTest::newRow("a taken name is never written over") << true << true << "Brief (2).docx";
+    }
+    void present()
+    {
+        QFETCH(bool, visible);
+        QFETCH(bool, nameTaken);
+        QFETCH(QString, fileName);
+        const QString taken = outDir() + QStringLiteral("/Brief.docx");
+        if (nameTaken) {
+            QFile file(taken);
+            file.open(QIODevice::WriteOnly);
+            file.write("Eigenes");
+        }
+        WordDocument document = m_word->CreateDocument(letterTemplate(), visible, false);
+        m_word->SetText(document, QStringLiteral("x"), QStringLiteral("B"));
+        const QString path = m_word->presentDocument(document);
+        QCOMPARE(path, outDir() + QLatin1Char('/') + fileName);
+        QVERIFY(QFileInfo::exists(path));
+        QCOMPARE(m_opened, visible ? QStringList{path} : QStringList());
+        if (nameTaken) {
+            QFile file(taken);
+            file.open(QIODevice::ReadOnly);
+            QCOMPARE(file.readAll(), QByteArray("Eigenes"));
+        }
+        // Shown again unchanged: the same file, no second copy.
+        QCOMPARE(m_word->presentDocument(document), path);
+        QCOMPARE(QDir(outDir()).entryList(QDir::Files).size(), nameTaken ? 2 : 1);
+    }
+
+    void presentFailureIsLogged()
+    {
+        WordDocument document = m_word->CreateDocument(letterTemplate(), true, false);
+        m_word->SetText(document, QStringLiteral("x"), QStringLiteral("B"));
+        QDir(outDir()).removeRecursively();
+        QCOMPARE(m_word->presentDocument(document), QString());
+        QCOMPARE(m_log->errors(), QStringList{"Fehler beim Speichern des Word-Dokuments"});
+        QVERIFY(m_opened.isEmpty());
+    }
+};
+
+QTEST_GUILESS_MAIN(TstClsWord)
+#include "tst_clsword.moc"

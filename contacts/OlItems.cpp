@@ -1,0 +1,40 @@
+#include "contacts/OlItems.h"
+
+#include "util/ZwError.h"
+
+OlItems::OlItems(std::shared_ptr<VCardFolderIndex> index) : m_index(std::move(index)) {}
+
+OlItems::OlItems(std::shared_ptr<VCardFolderIndex> index, QList<VCardFolderIndex::Hit> hits)
+    : m_index(std::move(index)), m_hits(std::move(hits))
+{
+}
+
+long OlItems::Count() const
+{
+    if (!m_index)
+        return 0;
+    if (m_hits)
+        return long(m_hits->size());
+    return long(m_index->count());
+}
+
+OlItem OlItems::Item(long index) const
+{
+    if (index < 1 || index > Count()) {
+        throw ZwError(9,
+                      QStringLiteral("Index außerhalb des gültigen Bereichs (Element %1 von %2)")
+                          .arg(index)
+                          .arg(Count()),
+                      QStringLiteral("Items"));
+    }
+    const quint32 i = quint32(index - 1);
+    return m_index->item(m_hits ? (*m_hits)[i] : m_index->hitAt(i));
+}
+
+OlItems OlItems::Restrict(const QString& filter) const
+{
+    const OlFilter parsed = OlFilter::parse(filter);
+    if (!m_index)
+        return OlItems();
+    return OlItems(m_index, m_index->restrict(parsed, m_hits ? &*m_hits : nullptr));
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "contacts/OlItem.h"
+#include "contacts/VCardFolderIndex.h"
+
+#include <QList>
+#include <QString>
+#include <memory>
+#include <optional>
+
+// The items of a folder, or the items a Restrict left: Outlook's Items collection.
+//
+// Items are numbered from 1 in a stable order (file name, then position in the file). The
+// collection keeps the listing it was made from, so its numbering does not move while the
+// caller walks it, even when files are added to the folder meanwhile.
+class OlItems
+{
+public:
+    // No items (a folder that is not backed by files).
+    OlItems() = default;
+    // All items of a folder.
+    explicit OlItems(std::shared_ptr<VCardFolderIndex> index);
+
+    // Number of items. For a whole folder the first call reads every file once (nothing
+    // is parsed).
+    long Count() const;
+    // Item `index` (1-based), parsed now. Throws ZwError 9 for an index out of range, or
+    // the index's error when the file vanished or changed.
+    OlItem Item(long index) const;
+    // The items that match the filter (OlFilter), in the same order. Throws ZwError 5 with a
+    // German text for a filter that cannot be parsed.
+    OlItems Restrict(const QString& filter) const;
+
+private:
+    OlItems(std::shared_ptr<VCardFolderIndex> index, QList<VCardFolderIndex::Hit> hits);
+
+    std::shared_ptr<VCardFolderIndex> m_index;
+    std::optional<QList<VCardFolderIndex::Hit>> m_hits; // none: the whole folder
+};

@@ -1,0 +1,345 @@
+#include "contacts/VCardFolderIndex.h"
+
+#include "contacts/VCardReader.h"
+#include "util/ErrorRoutine.h"
+#include "util/ZwError.h"
+
+#include <QFile>
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <dirent.h>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+QString reasonText(int err)
+{
+    switch (err) {
+    case EACCES:
+    case EPERM:
+        return QStringLiteral("Zugriff verweigert");
+    case ENOENT:
+    case ENOTDIR:
+        return QStringLiteral("nicht gefunden");
+    case EISDIR:
+        return QStringLiteral("ist ein Ordner");
+    default:
+        return QString::fromLocal8Bit(std::strerror(err));
+    }
+}
+
+bool sameTime(const timespec& a, const timespec& b)
+{
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+bool endsWithNoCase(QByteArrayView name, QByteArrayView suffix)
+{
+    return name.size() > suffix.size() &&
+           name.sliced(name.size() - suffix.size()).compare(suffix, Qt::CaseInsensitive) == 0;
+}
+
+// Fast test before peeking at KIND: most cards do not mention it at all.
+bool mayBeGroup(QByteArrayView card)
+{
+    static const QByteArrayView kind("KIND");
+    for (qsizetype i = 0; i + kind.size() <= card.size(); ++i) {
+        const char c = card[i];
+        if ((c == 'K' || c == 'k') &&
+            card.sliced(i, kind.size()).compare(kind, Qt::CaseInsensitive) == 0)
+            return true;
+    }
+    return false;
+}
+
+bool isGroupCard(QByteArrayView card)
+{
+    if (!mayBeGroup(card))
+        return false;
+    for (const char* name : {"KIND", "X-ADDRESSBOOKSERVER-KIND"}) {
+        const auto p = VCardReader::peek(card, name);
+        if (p && p->text().trimmed().compare(u"group", Qt::CaseInsensitive) == 0)
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
+void VCardFolderIndex::Problems::add(const QString& text)
+{
+    if (seen.contains(text))
+        return;
+    seen.insert(text);
+    texts.append(text);
+    VuLog(LogLevel::Warning, text);
+}
+
+bool VCardFolderIndex::isVCardFileName(QByteArrayView name)
+{
+    return endsWithNoCase(name, ".vcf") || endsWithNoCase(name, ".vcard");
+}
+
+VCardFolderIndex::VCardFolderIndex(QString dir, QString location,
+                                   std::shared_ptr<Problems> problems)
+    : m_dir(std::move(dir)), m_location(std::move(location)), m_problems(std::move(problems))
+{
+    const int fd = openDir();
+    DIR* d = fdopendir(fd);
+    if (!d) {
+        const int err = errno;
+        ::close(fd);
+        throw ZwError(75,
+                      QStringLiteral("Der Ordner '%1' kann nicht gelesen werden: %2")
+                          .arg(m_dir, reasonText(err)),
+                      QStringLiteral("Items"));
+    }
+    struct stat st {
+    };
+    if (fstat(fd, &st) == 0)
+        m_dirMtime = st.st_mtim;
+    while (const dirent* e = readdir(d)) {
+        const QByteArrayView name(e->d_name);
+        if (name.startsWith('.') || !isVCardFileName(name))
+            continue;
+        bool regular = e->d_type == DT_REG;
+        if (e->d_type == DT_LNK || e->d_type == DT_UNKNOWN) {
+            struct stat fst {
+            };
+            regular = fstatat(fd, e->d_name, &fst, 0) == 0 && S_ISREG(fst.st_mode);
+        }
+        if (regular)
+            m_files.append(File{name.toByteArray(), quint64(e->d_ino)});
+    }
+    closedir(d);
+    std::sort(m_files.begin(), m_files.end(),
+              [](const File& a, const File& b) { return a.name < b.name; });
+}
+
+int VCardFolderIndex::openDir() const
+{
+    const int fd = ::open(QFile::encodeName(m_dir).constData(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+    if (fd < 0) {
+        throw ZwError(75,
+                      QStringLiteral("Der Ordner '%1' kann nicht gelesen werden: %2")
+                          .arg(m_dir, reasonText(errno)),
+                      QStringLiteral("Items"));
+    }
+    return fd;
+}
+
+bool VCardFolderIndex::isCurrent() const
+{
+    struct stat st {
+    };
+    return ::stat(QFile::encodeName(m_dir).constData(), &st) == 0 &&
+           sameTime(st.st_mtim, m_dirMtime);
+}
+
+QString VCardFolderIndex::fileName(quint32 file) const
+{
+    return QFile::decodeName(m_files[file].name);
+}
+
+bool VCardFolderIndex::readFile(int dirFd, quint32 file, QByteArray& buffer) const
+{
+    const QByteArray& name = m_files[file].name;
+    const int fd = ::openat(dirFd, name.constData(), O_RDONLY | O_CLOEXEC);
+    struct stat st {
+    };
+    int err = 0;
+    if (fd < 0 || fstat(fd, &st) != 0) {
+        err = errno;
+    } else {
+        qsizetype size = qsizetype(st.st_size);
+        buffer.resize(size + 1);
+        qsizetype got = 0;
+        for (;;) {
+            const ssize_t n = ::read(fd, buffer.data() + got, size_t(buffer.size() - got));
+            if (n < 0) {
+                if (errno == EINTR)
+                    continue;
+                err = errno;
+                break;
+            }
+            if (n == 0)
+                break;
+            got += n;
+            if (got == buffer.size()) // grew while we read
+                buffer.resize(buffer.size() * 2);
+        }
+        buffer.resize(got);
+    }
+    if (fd >= 0)
+        ::close(fd);
+    if (err != 0) {
+        m_problems->add(QStringLiteral("Die Datei '%1' im Ordner '%2' kann nicht gelesen werden "
+                                       "(%3); ihre Kontakte fehlen in der Liste.")
+                            .arg(fileName(file), m_location, reasonText(err)));
+        return false;
+    }
+    if (buffer.size() >= 2 && (uchar(buffer[0]) == 0xFF || uchar(buffer[0]) == 0xFE))
+        buffer = VCardReader::normalizeEncoding(buffer);
+    return true;
+}
+
+quint32 VCardFolderIndex::count()
+{
+    if (m_counted)
+        return m_count;
+    restrict(OlFilter()); // an empty filter matches nothing but counts everything
+    return m_count;
+}
+
+QList<VCardFolderIndex::Hit> VCardFolderIndex::restrict(const OlFilter& filter,
+                                                        const QList<Hit>* within)
+{
+    QList<Hit> hits;
+    const bool testing = !filter.properties().isEmpty();
+    const int fd = openDir();
+    QByteArray buffer;
+    buffer.reserve(1 << 16);
+    QList<VCardReader::Issue> issues;
+
+    auto report = [&](quint32 file) {
+        for (const VCardReader::Issue& issue : issues) {
+            m_problems->add(QStringLiteral("Datei '%1' im Ordner '%2': %3")
+                                .arg(fileName(file), m_location, issue.message));
+        }
+    };
+    auto testCard = [&](quint32 file, quint32 card, QByteArrayView bytes, int line) {
+        if (isGroupCard(bytes))
+            return false; // a distribution list has none of a contact's properties
+        std::optional<VCardProperty> n, org;
+        bool nPeeked = false, orgPeeked = false;
+        std::optional<ContactItem> full;
+        const OlFilter::ValueOf valueOf = [&](int i) -> std::optional<QVariant> {
+            const OlFilter::Property& p = filter.properties()[i];
+            if (p.source == OlFilter::Source::NamePart) {
+                if (!nPeeked) {
+                    n = VCardReader::peek(bytes, "N");
+                    nPeeked = true;
+                }
+                return OlFilter::componentValue(p.source, p.component, n ? n->value : QString());
+            }
+            if (p.source == OlFilter::Source::OrgPart) {
+                if (!orgPeeked) {
+                    org = VCardReader::peek(bytes, "ORG");
+                    orgPeeked = true;
+                }
+                return OlFilter::componentValue(p.source, p.component,
+                                                org ? org->value : QString());
+            }
+            if (!full) {
+                full.emplace(VCardReader::parse(bytes, line),
+                             m_location + QLatin1Char('\\') + fileName(file), int(card));
+            }
+            if (!p.isUserProperty)
+                return full->value(p.name);
+            if (const auto up = full->userProperty(p.name))
+                return up->value;
+            return std::nullopt;
+        };
+        return filter.matches(valueOf);
+    };
+
+    if (within) {
+        // Only the files of the hits, each read once; the hits keep their order.
+        qsizetype w = 0;
+        while (w < within->size()) {
+            const quint32 f = (*within)[w].file;
+            QList<VCardReader::Chunk> chunks;
+            if (readFile(fd, f, buffer))
+                chunks = VCardReader::split(buffer);
+            for (; w < within->size() && (*within)[w].file == f; ++w) {
+                const quint32 c = (*within)[w].card;
+                if (c < quint32(chunks.size()) &&
+                    testCard(f, c, QByteArrayView(buffer).sliced(chunks[c].offset, chunks[c].size),
+                             chunks[c].line))
+                    hits.append((*within)[w]);
+            }
+        }
+        ::close(fd);
+        return hits;
+    }
+
+    // Every file, read in the order of its inode: on a cold disk that is the order the
+    // file system keeps them in, and saves seeking. Results go back into name order.
+    QList<quint32> order(m_files.size());
+    for (qsizetype i = 0; i < order.size(); ++i)
+        order[i] = quint32(i);
+    std::sort(order.begin(), order.end(),
+              [this](quint32 a, quint32 b) { return m_files[a].inode < m_files[b].inode; });
+    QList<std::pair<quint32, QList<VCardReader::Issue>>> fileIssues;
+    for (const quint32 f : order) {
+        issues.clear();
+        QList<VCardReader::Chunk> chunks;
+        if (readFile(fd, f, buffer))
+            chunks = VCardReader::split(buffer, &issues);
+        m_files[f].cards = quint32(chunks.size());
+        if (!issues.isEmpty())
+            fileIssues.append({f, issues});
+        if (!testing)
+            continue;
+        for (qsizetype c = 0; c < chunks.size(); ++c) {
+            if (testCard(f, quint32(c),
+                         QByteArrayView(buffer).sliced(chunks[c].offset, chunks[c].size),
+                         chunks[c].line))
+                hits.append(Hit{f, quint32(c)});
+        }
+    }
+    ::close(fd);
+    std::sort(fileIssues.begin(), fileIssues.end(),
+              [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (const auto& [f, list] : fileIssues) {
+        issues = list;
+        report(f);
+    }
+    std::sort(hits.begin(), hits.end(), [](const Hit& a, const Hit& b) {
+        return a.file != b.file ? a.file < b.file : a.card < b.card;
+    });
+    quint32 running = 0;
+    for (File& file : m_files) {
+        file.firstItem = running;
+        running += file.cards;
+    }
+    m_count = running;
+    m_counted = true;
+    return hits;
+}
+
+VCardFolderIndex::Hit VCardFolderIndex::hitAt(quint32 index)
+{
+    count();
+    auto it = std::upper_bound(m_files.cbegin(), m_files.cend(), index,
+                               [](quint32 i, const File& f) { return i < f.firstItem; });
+    const qsizetype file = (it - m_files.cbegin()) - 1;
+    return Hit{quint32(file), index - m_files[file].firstItem};
+}
+
+OlItem VCardFolderIndex::item(const Hit& hit) const
+{
+    const int fd = openDir();
+    QByteArray buffer;
+    const bool read = readFile(fd, hit.file, buffer);
+    ::close(fd);
+    const QString name = fileName(hit.file);
+    const QList<VCardReader::Chunk> chunks =
+        read ? VCardReader::split(buffer) : QList<VCardReader::Chunk>();
+    if (hit.card >= quint32(chunks.size())) {
+        throw ZwError(-2147221233,
+                      QStringLiteral("Das Element %1 der Datei '%2' im Ordner '%3' ist nicht mehr "
+                                     "vorhanden.")
+                          .arg(hit.card + 1)
+                          .arg(name, m_location),
+                      QStringLiteral("Items"));
+    }
+    const VCardReader::Chunk& c = chunks[hit.card];
+    ContactItem contact(VCardReader::parse(QByteArrayView(buffer).sliced(c.offset, c.size), c.line),
+                        m_location + QLatin1Char('\\') + name, int(hit.card));
+    return OlItem(std::move(contact), m_dir + QLatin1Char('/') + name);
+}

@@ -1,0 +1,91 @@
+#pragma once
+
+#include "contacts/OlFilter.h"
+#include "contacts/OlItem.h"
+
+#include <QByteArray>
+#include <QList>
+#include <QSet>
+#include <QString>
+#include <QStringList>
+#include <ctime>
+#include <memory>
+
+// What a folder of vCard files holds, read lazily and kept small, so that a folder of
+// 100,000 files can be counted and searched without parsing every card.
+//
+// - Listing (the constructor) reads only the directory: the files named *.vcf or *.vcard
+//   (any case; hidden files skipped), sorted by their bytes, so the order is stable.
+// - count() reads every file once and counts its cards (VCardReader::split); nothing is
+//   parsed. The items of the folder are the cards in file order, then position in the file.
+// - restrict() reads every file once and decides each card with the filter: LastName,
+//   FirstName, Title, CompanyName, ... are read by peeking at the N or ORG line alone; only a
+//   filter on other properties parses whole cards.
+// - item() parses one card fully when it is handed out.
+//
+// Files are opened read-only and never written. A file that cannot be read and a card that
+// is malformed are skipped and reported to the Problems list (one German sentence each,
+// logged once); every other card of the folder still counts.
+//
+// A listing is a snapshot: isCurrent() tells whether the directory changed since (a file
+// added, removed or renamed). A file changed in place is read afresh when an item is handed
+// out.
+class VCardFolderIndex
+{
+public:
+    // Problems met while reading a folder, shared by the folder and its item collections.
+    struct Problems {
+        QStringList texts;
+        QSet<QString> seen;
+        // Adds and logs a text once (VuLog, warning).
+        void add(const QString& text);
+    };
+    struct Hit {
+        quint32 file = 0; // index into the listing
+        quint32 card = 0; // 0-based card in that file
+    };
+
+    // Throws ZwError 75 (German text naming the folder and the reason) when the directory
+    // cannot be listed. `location` is the folder's logical path; with the file name it makes
+    // the EntryID of a card without UID.
+    VCardFolderIndex(QString dir, QString location, std::shared_ptr<Problems> problems);
+
+    // True when the directory has not changed since the listing.
+    bool isCurrent() const;
+    const QString& dir() const { return m_dir; }
+    int fileCount() const { return int(m_files.size()); }
+
+    // Number of cards (reads every file once; later calls are free).
+    quint32 count();
+    // The cards that match, in item order; `within` limits the test to those hits.
+    QList<Hit> restrict(const OlFilter& filter, const QList<Hit>* within = nullptr);
+    // The 0-based item of the whole folder (count() first).
+    Hit hitAt(quint32 index);
+    // Reads and parses one card. Throws ZwError when the file is gone or has fewer cards now.
+    OlItem item(const Hit& hit) const;
+
+    // The file name, as text.
+    QString fileName(quint32 file) const;
+
+    // True when the file name is one of a vCard (.vcf, .vcard, any case).
+    static bool isVCardFileName(QByteArrayView name);
+
+private:
+    struct File {
+        QByteArray name; // as the file system has it
+        quint64 inode = 0;
+        quint32 firstItem = 0;
+        quint32 cards = 0;
+    };
+    // Reads one file into `buffer` (normalised to UTF-8); false with a report when it cannot.
+    bool readFile(int dirFd, quint32 file, QByteArray& buffer) const;
+    int openDir() const;
+
+    QString m_dir;
+    QString m_location;
+    std::shared_ptr<Problems> m_problems;
+    QList<File> m_files;
+    timespec m_dirMtime{};
+    bool m_counted = false;
+    quint32 m_count = 0;
+};

@@ -32,6 +32,9 @@ QString yesNoFilterText(const QString& filter)
 ClsOutlookVgContactFolder::ClsOutlookVgContactFolder(std::shared_ptr<OlApplication> application)
     : m_provided(std::move(application))
 {
+    m_fields.setFolderOpenCheck([this] { return m_folder != nullptr; });
+    m_fields.setErrorEvent(
+        [this](long number, const QString& message) { raiseErrorEvent(number, message); });
 }
 
 std::shared_ptr<OlApplication> ClsOutlookVgContactFolder::application()

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "contacts/ClsFilterString.h"
+#include "contacts/ContactFields.h"
 #include "contacts/ContactItem.h"
+#include "contacts/ContactItemData.h"
 #include "contacts/ContactUserProperty.h"
 #include "contacts/OlApplication.h"
 
@@ -31,6 +33,9 @@ public:
     // `application`: the one the program made (store roots, inspector file). Without one a
     // default application is made on first need.
     explicit ClsOutlookVgContactFolder(std::shared_ptr<OlApplication> application = nullptr);
+    // The field values call back into this object.
+    ClsOutlookVgContactFolder(const ClsOutlookVgContactFolder&) = delete;
+    ClsOutlookVgContactFolder& operator=(const ClsOutlookVgContactFolder&) = delete;
 
     // ---- Session -------------------------------------------------------------------------
     // The namespace (nullptr after OutlookLogoff).
@@ -71,15 +76,14 @@ public:
     bool AddItem(const ContactItem& item, QString* entryId = nullptr);
 
     // ---- Flags ---------------------------------------------------------------------------
-    void setRaiseErrorEvents(bool on) { m_raiseErrorEvents = on; }
-    void setTitleAndNameOnSameLine(bool on) { m_titleAndNameOnSameLine = on; }
-    void setAddEmptyLineBeforeCity(bool on) { m_addEmptyLineBeforeCity = on; }
-    void setAddNToHerr(bool on) { m_addNToHerr = on; }
-    // Read by the field values and composite fields.
-    bool RaiseErrorEvents() const { return m_raiseErrorEvents; }
-    bool TitleAndNameOnSameLine() const { return m_titleAndNameOnSameLine; }
-    bool AddEmptyLineBeforeCity() const { return m_addEmptyLineBeforeCity; }
-    bool AddNToHerr() const { return m_addNToHerr; }
+    void setRaiseErrorEvents(bool on) { m_fields.setRaiseErrorEvents(on); }
+    void setTitleAndNameOnSameLine(bool on) { m_fields.setTitleAndNameOnSameLine(on); }
+    void setAddEmptyLineBeforeCity(bool on) { m_fields.setAddEmptyLineBeforeCity(on); }
+    void setAddNToHerr(bool on) { m_fields.setAddNToHerr(on); }
+    bool RaiseErrorEvents() const { return m_fields.raiseErrorEvents(); }
+    bool TitleAndNameOnSameLine() const { return m_fields.titleAndNameOnSameLine(); }
+    bool AddEmptyLineBeforeCity() const { return m_fields.addEmptyLineBeforeCity(); }
+    bool AddNToHerr() const { return m_fields.addNToHerr(); }
 
     // ---- Search criteria -----------------------------------------------------------------
     const QString& StandardFieldsFilterCriteria() const { return m_criteria; }
@@ -123,10 +127,30 @@ public:
     void raiseErrorEvent(long lErrorNumber, const QString& sErrorMessage);
 
     // ---- Field values --------------------------------------------------------------------
-    // GetItemData, GetFieldData, GetUserProperty, GetKeywordsUserProperty and
-    // GetUserPropertyNames live in ContactFields (contacts/ContactFields.h); their forwarding
-    // members go here. They read the three layout flags and RaiseErrorEvents above and raise
-    // ErrorEvent through raiseErrorEvent().
+    // Field values and composite fields (see ContactFields); they use the layout flags above,
+    // and a missing user property raises ErrorEvent while RaiseErrorEvents is set.
+    QString GetFieldData(const ContactItem* itmItem, const QString& sFieldName, int eFieldType,
+                         int nAddressType, int nAddressOrder, int nAddressStyle)
+    {
+        return m_fields.GetFieldData(itmItem, sFieldName, eFieldType, nAddressType, nAddressOrder,
+                                     nAddressStyle);
+    }
+    bool GetItemData(const ContactItem* itmItem, ContactItemData& data)
+    {
+        return m_fields.GetItemData(itmItem, data);
+    }
+    QVariant GetUserProperty(const ContactItem* itmItem, const QString& sPropertyName)
+    {
+        return m_fields.GetUserProperty(itmItem, sPropertyName);
+    }
+    QString GetKeywordsUserProperty(const ContactItem* itmItem, const QString& sPropertyName) const
+    {
+        return m_fields.GetKeywordsUserProperty(itmItem, sPropertyName);
+    }
+    QStringList GetUserPropertyNames(const ContactItem* itmItem) const
+    {
+        return m_fields.GetUserPropertyNames(itmItem);
+    }
 
 private:
     std::shared_ptr<OlApplication> application();
@@ -137,10 +161,7 @@ private:
     std::shared_ptr<OlNameSpace> m_namespace;
     std::shared_ptr<OlFolder> m_folder;
 
-    bool m_raiseErrorEvents = false;
-    bool m_titleAndNameOnSameLine = false;
-    bool m_addEmptyLineBeforeCity = false;
-    bool m_addNToHerr = false;
+    ContactFields m_fields;
 
     QString m_criteria;
     QString m_lastName;

@@ -27,6 +27,7 @@ private slots:
     void getFolderByPathRetriesOnYes();
     void unreadableFolderCannotBeOpened();
     void itemAccess();
+    void fieldValuesOfTheOpenFolder();
     void addItemRoundTrip_data();
     void addItemRoundTrip();
     void addItemNeverWritesOverAFile();
@@ -264,6 +265,26 @@ void TstClsOutlookVgContactFolder::itemAccess()
         }
     }
     QVERIFY(m_ui->boxes().isEmpty()); // errors pass to the caller, nothing is shown
+}
+
+// The field values live beside the folder: they see its flags, know whether a folder is
+// open, and report a missing user property through the folder's own ErrorEvent.
+void TstClsOutlookVgContactFolder::fieldValuesOfTheOpenFolder()
+{
+    put(personal() + "/Kontakte/a.vcf", card("Müller;Max"));
+    auto cls = logon();
+    QList<std::pair<long, QString>> events;
+    cls->onErrorEvent([&](long n, const QString& m) { events.append({n, m}); });
+    cls->setRaiseErrorEvents(true);
+    ContactItemData data;
+    QVERIFY(!cls->GetItemData(nullptr, data)); // no folder open yet
+    QVERIFY(cls->OpenFolder("Persönliche Ordner\\Kontakte"));
+    const ContactItem item = cls->GetItemByIndex(1);
+    QCOMPARE(cls->GetFieldData(&item, QStringLiteral("Nachname"), 0, 0, 0, 0), QStringLiteral("Müller"));
+    cls->GetFieldData(&item, QStringLiteral("Firma 2"), 2, 0, 0, 0);
+    QCOMPARE(events.size(), 1);
+    QCOMPARE(events.first().first, 91L);
+    QVERIFY(m_ui->boxes().isEmpty());
 }
 
 void TstClsOutlookVgContactFolder::addItemRoundTrip_data()

@@ -67,6 +67,7 @@ bool GetSettings(AppGlobals& g)
         g.specialFieldsString = reg.GetOptString(QStringLiteral("SpecialFields"));
         const QString dotCount = reg.GetOptString(QStringLiteral("DotCount"));
         s.OutputFolder = reg.GetOptString(QStringLiteral("OutputFolder"));
+        s.PublicFoldersPath = reg.GetOptString(QStringLiteral("PublicFoldersPath"));
 
         g.fieldAssignmentList.clear();
         if (!dotCount.isEmpty()) {
@@ -104,6 +105,7 @@ void SaveSettings(AppGlobals& g)
     reg.SetBool(QStringLiteral("AllowResize"), s.AllowResize);
     reg.SetString(QStringLiteral("WordVersion"), s.WordVersion);
     reg.SetString(QStringLiteral("OutputFolder"), s.OutputFolder);
+    reg.SetString(QStringLiteral("PublicFoldersPath"), s.PublicFoldersPath);
 
     // A stored count that is no number counts as none: the stale entries it would name
     // cannot be known.

@@ -21,6 +21,9 @@ struct Settings {
     QString WordVersion;
     // Folder the finished documents are saved in; empty means the user's documents folder.
     QString OutputFolder;
+    // Folder tree that stands for "Öffentliche Ordner\Alle Öffentlichen Ordner" (a shared
+    // or mounted folder); empty means the public folders have no sub-folders.
+    QString PublicFoldersPath;
     // How many search names the search box remembers across runs (not stored).
     qint16 MaxSearchHistory = 10;
 };

@@ -78,6 +78,8 @@ private Q_SLOTS:
             g.settings.OutlookFolder = QStringLiteral("Root\\Persönliche Ordner\\Kontakte");
             g.settings.AddNToHerr = true;
             g.settings.ExitAfterFinished = false;
+            g.settings.OutputFolder = QStringLiteral("/srv/briefe");
+            g.settings.PublicFoldersPath = QStringLiteral("/mnt/öffentlich");
             g.specialFieldsString = QStringLiteral("Von-Name=Erika Muster");
             g.fieldAssignmentList.remove(QStringLiteral("(leeres Dokument)"));
             SaveSettings(g);
@@ -89,6 +91,8 @@ private Q_SLOTS:
         QCOMPARE(g.settings.OutlookFolder, QStringLiteral("Root\\Persönliche Ordner\\Kontakte"));
         QVERIFY(g.settings.AddNToHerr);
         QVERIFY(!g.settings.ExitAfterFinished);
+        QCOMPARE(g.settings.OutputFolder, QStringLiteral("/srv/briefe"));
+        QCOMPARE(g.settings.PublicFoldersPath, QStringLiteral("/mnt/öffentlich"));
         QCOMPARE(g.specialFieldsString, QStringLiteral("Von-Name=Erika Muster"));
         QCOMPARE(g.fieldAssignmentList.count(), 2);
         QVERIFY(!g.fieldAssignmentList.contains(QStringLiteral("(leeres Dokument)")));

@@ -38,6 +38,43 @@ QString firstStartMessage(const QString& loginName)
            QStringLiteral("Benutzen Sie das Menü 'Extras' um eigene Einstellungen vorzunehmen.");
 }
 
+QString settingsKey(const ClsRegistry& registry)
+{
+    return QStringLiteral("Software\\") + registry.Company() + QLatin1Char('\\') + AppInfo::title();
+}
+
+void ReadSettings(ClsRegistry& reg, Settings& s, FieldAssignmentList& list,
+                  QString& specialFieldsString)
+{
+    s.StartCount = qint32(toNumber(
+        reg.GetOptString(QStringLiteral("StartCount"), QStringLiteral("1")), INT32_MIN, INT32_MAX));
+    s.OutlookFolder = reg.GetOptString(QStringLiteral("OutlookFolder"));
+    s.CheckForCurrentContactAtStartup =
+        reg.GetOptBool(QStringLiteral("CheckForCurrentContactAtStartup"), false);
+    s.ExitAfterFinished = reg.GetOptBool(QStringLiteral("ExitAfterFinished"), true);
+    s.TitleAndNameOnSameLine = reg.GetOptBool(QStringLiteral("TitleAndNameOnSameLine"), false);
+    s.AddEmptyLineBeforeCity = reg.GetOptBool(QStringLiteral("AddEmptyLineBeforeCity"), true);
+    s.AddNToHerr = reg.GetOptBool(QStringLiteral("AddNToHerr"), false);
+    s.AllowResize = reg.GetOptBool(QStringLiteral("AllowResize"), true);
+    s.WordVersion = reg.GetOptString(QStringLiteral("WordVersion"));
+    specialFieldsString = reg.GetOptString(QStringLiteral("SpecialFields"));
+    const QString dotCount = reg.GetOptString(QStringLiteral("DotCount"));
+    s.OutputFolder = reg.GetOptString(QStringLiteral("OutputFolder"));
+    s.PublicFoldersPath = reg.GetOptString(QStringLiteral("PublicFoldersPath"));
+
+    list.clear();
+    if (!dotCount.isEmpty()) {
+        const int n = int(toNumber(dotCount, INT16_MIN, INT16_MAX));
+        for (int i = 1; i <= n; ++i) {
+            const QString entry = reg.GetOptString(QStringLiteral("Dot%1").arg(i));
+            if (!entry.isEmpty())
+                list.add(entry);
+        }
+    } else {
+        SetDefaultFieldAssignments(list, specialFieldsString);
+    }
+}
+
 bool GetSettings(AppGlobals& g)
 {
     bool result = false;
@@ -50,36 +87,7 @@ bool GetSettings(AppGlobals& g)
         bool firstRegistration = false;
         reg.RegisterApp(true, firstRegistration, firstStartMessage(VuGetLoginName()));
         reg.setKey(reg.AppKey());
-
-        Settings& s = g.settings;
-        s.StartCount =
-            qint32(toNumber(reg.GetOptString(QStringLiteral("StartCount"), QStringLiteral("1")),
-                            INT32_MIN, INT32_MAX));
-        s.OutlookFolder = reg.GetOptString(QStringLiteral("OutlookFolder"));
-        s.CheckForCurrentContactAtStartup =
-            reg.GetOptBool(QStringLiteral("CheckForCurrentContactAtStartup"), false);
-        s.ExitAfterFinished = reg.GetOptBool(QStringLiteral("ExitAfterFinished"), true);
-        s.TitleAndNameOnSameLine = reg.GetOptBool(QStringLiteral("TitleAndNameOnSameLine"), false);
-        s.AddEmptyLineBeforeCity = reg.GetOptBool(QStringLiteral("AddEmptyLineBeforeCity"), true);
-        s.AddNToHerr = reg.GetOptBool(QStringLiteral("AddNToHerr"), false);
-        s.AllowResize = reg.GetOptBool(QStringLiteral("AllowResize"), true);
-        s.WordVersion = reg.GetOptString(QStringLiteral("WordVersion"));
-        g.specialFieldsString = reg.GetOptString(QStringLiteral("SpecialFields"));
-        const QString dotCount = reg.GetOptString(QStringLiteral("DotCount"));
-        s.OutputFolder = reg.GetOptString(QStringLiteral("OutputFolder"));
-        s.PublicFoldersPath = reg.GetOptString(QStringLiteral("PublicFoldersPath"));
-
-        g.fieldAssignmentList.clear();
-        if (!dotCount.isEmpty()) {
-            const int n = int(toNumber(dotCount, INT16_MIN, INT16_MAX));
-            for (int i = 1; i <= n; ++i) {
-                const QString entry = reg.GetOptString(QStringLiteral("Dot%1").arg(i));
-                if (!entry.isEmpty())
-                    g.fieldAssignmentList.add(entry);
-            }
-        } else {
-            SetDefaultFieldAssignments(g.fieldAssignmentList, g.specialFieldsString);
-        }
+        ReadSettings(reg, g.settings, g.fieldAssignmentList, g.specialFieldsString);
         ui().doEvents();
         result = true;
     });

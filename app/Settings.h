@@ -43,6 +43,15 @@ struct AppGlobals {
 // the program on its first start, which shows the first-start message. False ends the
 // program.
 bool GetSettings(AppGlobals& globals);
+// The key the settings live under: "Software\<company>\<product title>".
+QString settingsKey(const ClsRegistry& registry);
+// Reads every setting and the field assignments from the registry's current key, as
+// GetSettings does after registering, but changes nothing and shows nothing: for tools that
+// run beside the program. Missing values take their defaults; a missing "DotCount" gives the
+// default assignments and special fields. Throws ZwError 13 or 6 for a stored number that is
+// no number or out of range.
+void ReadSettings(ClsRegistry& registry, Settings& settings, FieldAssignmentList& list,
+                  QString& specialFieldsString);
 // Writes every setting back; stale template entries of an earlier, longer list are deleted.
 void SaveSettings(AppGlobals& globals);
 

@@ -6,7 +6,9 @@ set -euo pipefail
 pkgs=(build-essential cmake ninja-build pkgconf qt6-base-dev libzip-dev libpugixml-dev
       fonts-dejavu-core)
 if [ "${1:-build}" = test ]; then
-  pkgs+=(xvfb xauth)
+  # LibreOffice reads filled documents back in the integration test; pdftoppm (poppler)
+  # renders them to pictures for a look by eye.
+  pkgs+=(xvfb xauth libreoffice-writer-nogui poppler-utils)
 fi
 
 missing=()

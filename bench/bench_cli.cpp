@@ -1,0 +1,101 @@
+// Measures whole zettelwerk-cli processes, start to exit, as a script calling it sees them:
+// "--version" (process and Qt start, argument parsing), "--felder" (plus settings, contact
+// and every field), a fill of Bsp-Brief.dotx from a vCard file, and the same fill from the
+// sample store by last name. Each runs in a private HOME/XDG folder without stored settings.
+// Usage: bench_cli [runs]   (default 50)
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <vector>
+
+extern char** environ;
+
+namespace
+{
+
+using Clock = std::chrono::steady_clock;
+
+// One run: spawn, wait, milliseconds; negative when it failed.
+double runOnce(const QByteArray& program, const QList<QByteArray>& args)
+{
+    std::vector<char*> argv;
+    argv.push_back(const_cast<char*>(program.constData()));
+    for (const QByteArray& a : args)
+        argv.push_back(const_cast<char*>(a.constData()));
+    argv.push_back(nullptr);
+
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+
+    const auto start = Clock::now();
+    pid_t pid = 0;
+    const int rc = posix_spawn(&pid, program.constData(), &actions, nullptr, argv.data(), environ);
+    posix_spawn_file_actions_destroy(&actions);
+    if (rc != 0)
+        return -1;
+    int status = 0;
+    waitpid(pid, &status, 0);
+    const double ms = std::chrono::duration<double, std::milli>(Clock::now() - start).count();
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? ms : -1;
+}
+
+void measure(const char* label, int runs, const QByteArray& program, const QList<QByteArray>& args)
+{
+    runOnce(program, args); // warm the page cache
+    std::vector<double> times;
+    for (int i = 0; i < runs; ++i) {
+        const double ms = runOnce(program, args);
+        if (ms < 0) {
+            std::printf("%-44s FEHLER (Exit-Code nicht 0)\n", label);
+            return;
+        }
+        times.push_back(ms);
+    }
+    std::sort(times.begin(), times.end());
+    std::printf("%-44s Median %7.2f ms   Min %7.2f ms   Max %7.2f ms   (%d Läufe)\n", label,
+                times[times.size() / 2], times.front(), times.back(), runs);
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    const int runs = argc > 1 ? std::max(1, atoi(argv[1])) : 50;
+    const QString bin = QCoreApplication::applicationDirPath();
+    const QByteArray program = QFile::encodeName(bin + QStringLiteral("/zettelwerk-cli"));
+    if (!QFile::exists(QString::fromLocal8Bit(program))) {
+        std::fprintf(stderr, "zettelwerk-cli fehlt: %s\n", program.constData());
+        return 1;
+    }
+
+    QTemporaryDir home;
+    QDir(home.path()).mkpath(QStringLiteral("config"));
+    QDir(home.path()).mkpath(QStringLiteral("data"));
+    QDir(home.path()).mkpath(QStringLiteral("out"));
+    qputenv("HOME", home.path().toUtf8());
+    qputenv("XDG_CONFIG_HOME", (home.path() + QStringLiteral("/config")).toUtf8());
+    qputenv("XDG_DATA_HOME", (home.path() + QStringLiteral("/data")).toUtf8());
+    const QByteArray out = (home.path() + QStringLiteral("/out")).toUtf8();
+    const QByteArray letter = QFile::encodeName(bin + QStringLiteral("/Bsp-Brief.dotx"));
+    const QByteArray vcf =
+        QFile::encodeName(bin + QStringLiteral("/Beispielkontakte/01-mueller-max.vcf"));
+
+    measure("--version", runs, program, {"--version"});
+    measure("--kontakt <vcf> --felder", runs, program, {"--kontakt", vcf, "--felder"});
+    measure("--kontakt <vcf> --vorlage Bsp-Brief.dotx", runs, program,
+            {"--kontakt", vcf, "--vorlage", letter, "--ausgabe", out});
+    measure("--ordner Beispielkontakte --nachname Müller", runs, program,
+            {"--ordner", "Root\\Beispielkontakte", "--nachname", "Müller", "--vorlage", letter,
+             "--ausgabe", out});
+    return 0;
+}

@@ -37,12 +37,12 @@ inline QString program()
 }
 
 // The environment of the test process (TestEnvironment has pointed HOME and XDG there) goes
-// with it; standard input is empty, so a program that waited for input would end at once.
+// with it. Standard input stays an open pipe that never delivers anything, so a program that
+// waited for input would run into the time limit and fail the test.
 inline Result run(const QStringList& arguments, int timeoutMs = 30000)
 {
     QProcess process;
     process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
-    process.setStandardInputFile(QProcess::nullDevice());
     process.start(program(), arguments);
     Result r;
     r.finished = process.waitForFinished(timeoutMs);

@@ -11,15 +11,15 @@ namespace
 const QString kProgram = QStringLiteral("zettelwerk-cli");
 
 // One table for the parser and the help text, so that they cannot drift apart.
-struct OptionSpec {
+struct OptionRow {
     QStringList names;
     const char* valueName; // nullptr: a switch
     const char* help;
 };
 
-const QList<OptionSpec>& optionSpecs()
+const QList<OptionRow>& optionTable()
 {
-    static const QList<OptionSpec> specs = {
+    static const QList<OptionRow> rows = {
         {{"k", "kontakt"},
          "datei",
          "Kontakt aus einer vCard-Datei (.vcf): die erste Karte, mit --nummer die n-te."},
@@ -59,7 +59,7 @@ const QList<OptionSpec>& optionSpecs()
         {{"h", "hilfe", "help"}, nullptr, "Diese Hilfe anzeigen."},
         {{"version"}, nullptr, "Die Programmversion anzeigen."},
     };
-    return specs;
+    return rows;
 }
 
 QString shownName(const QString& name)
@@ -67,10 +67,10 @@ QString shownName(const QString& name)
     return (name.size() == 1 ? QStringLiteral("-") : QStringLiteral("--")) + name;
 }
 
-QString displayNames(const OptionSpec& spec)
+QString displayNames(const OptionRow& row)
 {
     QStringList shown;
-    for (const QString& n : spec.names)
+    for (const QString& n : row.names)
         shown.append(shownName(n));
     return shown.join(QStringLiteral(", "));
 }
@@ -148,10 +148,10 @@ CliOptions CliOptions::parse(const QStringList& arguments)
 {
     QCommandLineParser parser;
     parser.setOptionsAfterPositionalArgumentsMode(QCommandLineParser::ParseAsOptions);
-    for (const OptionSpec& spec : optionSpecs()) {
-        QCommandLineOption option(spec.names, QString::fromUtf8(spec.help));
-        if (spec.valueName)
-            option.setValueName(QString::fromUtf8(spec.valueName));
+    for (const OptionRow& row : optionTable()) {
+        QCommandLineOption option(row.names, QString::fromUtf8(row.help));
+        if (row.valueName)
+            option.setValueName(QString::fromUtf8(row.valueName));
         parser.addOption(option);
     }
     if (!parser.parse(arguments))
@@ -240,12 +240,12 @@ QString CliOptions::helpText()
         "und sein Pfad ausgegeben; eine vorhandene Datei wird nie überschrieben.\n"
         "\n"
         "Optionen:\n");
-    for (const OptionSpec& spec : optionSpecs()) {
-        QString left = QStringLiteral("  ") + displayNames(spec);
-        if (spec.valueName)
-            left += QStringLiteral(" <") + QString::fromUtf8(spec.valueName) + u'>';
+    for (const OptionRow& row : optionTable()) {
+        QString left = QStringLiteral("  ") + displayNames(row);
+        if (row.valueName)
+            left += QStringLiteral(" <") + QString::fromUtf8(row.valueName) + u'>';
         text += left + u'\n';
-        text += wrapped(QString::fromUtf8(spec.help), QStringLiteral("        "), 88);
+        text += wrapped(QString::fromUtf8(row.help), QStringLiteral("        "), 88);
     }
     text += QStringLiteral(
         "\n"

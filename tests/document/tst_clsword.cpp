@@ -1,5 +1,4 @@
-#include "LogCapture.h"
-#include "OoxmlTestPackage.h"
+#include "WordTestFixture.h"
 #include "document/ClsWord.h"
 #include "document/FieldAssignmentDefaults.h"
 #include "tests/support/ScriptedUserInterface.h"
@@ -68,28 +67,11 @@ private:
 
 } // namespace
 
-class TstClsWord : public QObject
+class TstClsWord : public WordTestFixture
 {
     Q_OBJECT
 
 private:
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<ScriptedUserInterface> m_ui;
-    std::unique_ptr<LogCapture> m_log;
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<ClsWord> m_word;
-    QStringList m_opened;
-
-    QString outDir() const { return m_dir->filePath(QStringLiteral("out")); }
-
-    QString writeTemplate(const Template& t, const QString& name = QStringLiteral("Brief.dotx"))
-    {
-        const QString path = m_dir->filePath(name);
-        if (!writeZip(path, entriesOf(t)))
-            qFatal("cannot write test template");
-        return path;
-    }
-
     // A letter with bookmark B around "alt" in its second paragraph.
     QString letterTemplate(const std::string& settings = std::string())
     {
@@ -111,27 +93,8 @@ private:
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        m_env = std::make_unique<TestEnvironment>();
-        m_ui = std::make_unique<ScriptedUserInterface>();
-        m_log = std::make_unique<LogCapture>(*m_ui);
-        m_dir = std::make_unique<QTemporaryDir>();
-        QDir(m_dir->path()).mkpath(QStringLiteral("out"));
-        m_opened.clear();
-        m_word = std::make_unique<ClsWord>();
-        m_word->setOutputFolder(outDir());
-        m_word->setOpener([this](const QString& path) { m_opened.append(path); });
-    }
-
-    void cleanup()
-    {
-        m_word.reset();
-        m_log.reset();
-        QVERIFY2(m_ui->boxes().isEmpty(), qPrintable(m_ui->boxes().value(0).text));
-        m_ui.reset();
-        m_env.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void versionTable_data()
     {

@@ -64,88 +64,74 @@ void TstVCardReader::codecRules_data()
     const QByteArray b21 = "BEGIN:VCARD\r\nVERSION:2.1\r\n";
     const QByteArray e = "END:VCARD\r\n";
 
-    QTest::newRow("3.0 fold with one blank")
-        << b + "NOTE:Hello Wo\r\n rld\r\n" + e << QByteArray("NOTE") << "Hello World";
-    QTest::newRow("fold with a tab")
-        << b + "NOTE:Hello Wo\r\n\trld\r\n" + e << QByteArray("NOTE") << "Hello World";
-    QTest::newRow("continuation with two blanks keeps one")
-        << b + "NOTE:Hello\r\n  World\r\n" + e << QByteArray("NOTE") << "Hello World";
-    QTest::newRow("fold splitting a UTF-8 sequence")
-        << b + "NOTE:\xd0\xb1\xd0\xbe\xd0\r\n \xbb\xd0\xb5\xd0\xb5\r\n" + e << QByteArray("NOTE")
-        << QString::fromUtf8("более");
-    QTest::newRow("fold inside the parameter list")
-        << b + "TEL;TY\r\n PE=WORK:123\r\n" + e << QByteArray("TEL") << "123";
-    QTest::newRow("2.1 soft break splitting =0D=/=0A")
-        << b21 + "NOTE;ENCODING=QUOTED-PRINTABLE:one=0D=\r\n=0Atwo\r\n" + e << QByteArray("NOTE")
-        << "one\ntwo";
-    QTest::newRow("2.1 soft break splitting a word")
-        << b21 + "NOTE;ENCODING=QUOTED-PRINTABLE:Ameri=\r\nca\r\n" + e << QByteArray("NOTE")
-        << "America";
-    QTest::newRow("soft break with blanks after the =")
-        << b21 + "NOTE;ENCODING=QUOTED-PRINTABLE:Ameri=  \r\nca\r\n" + e << QByteArray("NOTE")
-        << "America";
-    QTest::newRow("soft break, continuation starting with a blank")
-        << b21 + "NOTE;ENCODING=QUOTED-PRINTABLE:Land=\r\n Firma\r\n" + e << QByteArray("NOTE")
-        << "Land Firma";
-    QTest::newRow("soft break, continuation starting with =C3=91")
-        << b21 + "N;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=C3=91=\r\n=C3=91;;;;\r\n" + e
-        << QByteArray("N") << QString::fromUtf8("ÑÑ;;;;");
-    QTest::newRow("soft break before a line that looks like a property")
-        << b21 + "NOTE;QUOTED-PRINTABLE:a=\r\nURL:b\r\nFN:x\r\n" + e << QByteArray("NOTE")
-        << "aURL:b";
-    QTest::newRow("final = without a following line")
-        << b21 + "ORG;ENCODING=QUOTED-PRINTABLE:abc=\r\n\r\n" + e << QByteArray("ORG") << "abc";
-    QTest::newRow("quoted-printable in 3.0")
-        << b + "NOTE;ENCODING=QUOTED-PRINTABLE:a=0Ab\r\n" + e << QByteArray("NOTE") << "a\nb";
-    QTest::newRow("CHARSET=windows-1252 with raw 8-bit")
-        << b21 +
-               "FN;CHARSET=Windows-1252:Stra\xdf"
-               "e\r\n" +
-               e
-        << QByteArray("FN") << QString::fromUtf8("Straße");
-    QTest::newRow("ISO-8859-1 read as windows-1252")
-        << b21 + "FN;CHARSET=ISO-8859-1:\x80 5\r\n" + e << QByteArray("FN")
-        << QString::fromUtf8("€ 5");
-    QTest::newRow("raw UTF-8 without CHARSET")
-        << b21 + "FN:S\xc3\xb6ren\r\n" + e << QByteArray("FN") << QString::fromUtf8("Sören");
-    QTest::newRow("raw windows-1252 without CHARSET")
-        << b21 + "FN:S\xf6ren \x93x\x94\r\n" + e << QByteArray("FN")
-        << QString::fromUtf8("Sören “x”");
-    QTest::newRow("quoted-printable UTF-8 without CHARSET")
-        << b21 + "note;quoted-printable:text=E2=80=A6\r\n" + e << QByteArray("NOTE")
-        << QString::fromUtf8("text…");
-    QTest::newRow("quoted-printable windows-1252")
-        << b21 + "LABEL;CHARSET=Windows-1252;QUOTED-PRINTABLE:M=F6=DFlitz\r\n" + e
-        << QByteArray("LABEL") << QString::fromUtf8("Mößlitz");
-    QTest::newRow("unknown charset falls back")
-        << b21 + "FN;CHARSET=blabla:M\xf6\r\n" + e << QByteArray("FN") << QString::fromUtf8("Mö");
-    QTest::newRow("3.0 escapes") << b + "NOTE:a\\nb\\, c\\; d\\\\e\\Nf\r\n" + e
-                                 << QByteArray("NOTE") << "a\nb, c; d\\e\nf";
-    QTest::newRow("unknown escape keeps the character")
-        << b + "URL:http\\://example.com\r\n" + e << QByteArray("URL") << "http://example.com";
-    QTest::newRow("2.1 only escapes the semicolon")
-        << b21 + "NOTE:C:\\new\\; x, y\r\n" + e << QByteArray("NOTE") << "C:\\new; x, y";
-    QTest::newRow("2.1 comma is literal in N") << b21 + "N:Doe;John;Richter,James;;\r\n" + e
-                                               << QByteArray("N") << "Doe;John;Richter,James;;";
-    QTest::newRow("group prefix") << b + "item1.EMAIL;TYPE=INTERNET:a@b.de\r\n" + e
-                                  << QByteArray("EMAIL") << "a@b.de";
-    QTest::newRow("lower-case names")
-        << QByteArray("begin:vcard\r\nfn:x\r\nversion:2.1\r\nend:vcard\r\n") << QByteArray("FN")
-        << "x";
-    QTest::newRow("UTF-8 byte order mark")
-        << QByteArray("\xef\xbb\xbf") + b + "FN:x\r\n" + e << QByteArray("FN") << "x";
-    QTest::newRow("LF line ends") << QByteArray("BEGIN:VCARD\nVERSION:3.0\nFN:a\n b\nEND:VCARD\n")
-                                  << QByteArray("FN") << "ab";
-    QTest::newRow("CR line ends") << QByteArray("BEGIN:VCARD\rVERSION:3.0\rFN:a\r b\rEND:VCARD\r")
-                                  << QByteArray("FN") << "ab";
-    QTest::newRow("CR CR LF line ends")
-        << QByteArray("BEGIN:VCARD\r\r\nVERSION:3.0\r\r\nFN:a\r\r\n b\r\r\nEND:VCARD\r\r\n")
-        << QByteArray("FN") << "ab";
-    QTest::newRow("no final line break")
-        << QByteArray("BEGIN:VCARD\r\nFN:x\r\nEND:VCARD") << QByteArray("FN") << "x";
-    QTest::newRow("text outside the card is ignored")
-        << QByteArray("garbage\r\nFN:no\r\n\r\nBEGIN:VCARD\r\nFN:yes\r\nEND:VCARD\r\ntrailer\r\n")
-        << QByteArray("FN") << "yes";
+    auto row = [](const char* tag, const QByteArray& input, const char* property,
+                  const QString& expected) {
+        QTest::newRow(tag) << input << QByteArray(property) << expected;
+    };
+    row("3.0 fold with one blank", b + "NOTE:Hello Wo\r\n rld\r\n" + e, "NOTE", "Hello World");
+    row("fold with a tab", b + "NOTE:Hello Wo\r\n\trld\r\n" + e, "NOTE", "Hello World");
+    row("continuation with two blanks keeps one", b + "NOTE:Hello\r\n  World\r\n" + e, "NOTE",
+        "Hello World");
+    row("fold splitting a UTF-8 sequence",
+        b + "NOTE:\xd0\xb1\xd0\xbe\xd0\r\n \xbb\xd0\xb5\xd0\xb5\r\n" + e, "NOTE",
+        QString::fromUtf8("более"));
+    row("fold inside the parameter list", b + "TEL;TY\r\n PE=WORK:123\r\n" + e, "TEL", "123");
+    row("2.1 soft break splitting =0D=/=0A",
+        b21 + "NOTE;ENCODING=QUOTED-PRINTABLE:one=0D=\r\n=0Atwo\r\n" + e, "NOTE", "one\ntwo");
+    row("2.1 soft break splitting a word",
+        b21 + "NOTE;ENCODING=QUOTED-PRINTABLE:Ameri=\r\nca\r\n" + e, "NOTE", "America");
+    row("soft break with blanks after the =",
+        b21 + "NOTE;ENCODING=QUOTED-PRINTABLE:Ameri=  \r\nca\r\n" + e, "NOTE", "America");
+    row("soft break, continuation starting with a blank",
+        b21 + "NOTE;ENCODING=QUOTED-PRINTABLE:Land=\r\n Firma\r\n" + e, "NOTE", "Land Firma");
+    row("soft break, continuation starting with =C3=91",
+        b21 + "N;CHARSET=UTF-8;ENCODING=QUOTED-PRINTABLE:=C3=91=\r\n=C3=91;;;;\r\n" + e, "N",
+        QString::fromUtf8("ÑÑ;;;;"));
+    row("soft break before a line that looks like a property",
+        b21 + "NOTE;QUOTED-PRINTABLE:a=\r\nURL:b\r\nFN:x\r\n" + e, "NOTE", "aURL:b");
+    row("final = without a following line", b21 + "ORG;ENCODING=QUOTED-PRINTABLE:abc=\r\n\r\n" + e,
+        "ORG", "abc");
+    row("quoted-printable in 3.0", b + "NOTE;ENCODING=QUOTED-PRINTABLE:a=0Ab\r\n" + e, "NOTE",
+        "a\nb");
+    row("CHARSET=windows-1252 with raw 8-bit",
+        b21 +
+            "FN;CHARSET=Windows-1252:Stra\xdf"
+            "e\r\n" +
+            e,
+        "FN", QString::fromUtf8("Straße"));
+    row("ISO-8859-1 read as windows-1252", b21 + "FN;CHARSET=ISO-8859-1:\x80 5\r\n" + e, "FN",
+        QString::fromUtf8("€ 5"));
+    row("raw UTF-8 without CHARSET", b21 + "FN:S\xc3\xb6ren\r\n" + e, "FN",
+        QString::fromUtf8("Sören"));
+    row("raw windows-1252 without CHARSET", b21 + "FN:S\xf6ren \x93x\x94\r\n" + e, "FN",
+        QString::fromUtf8("Sören “x”"));
+    row("quoted-printable UTF-8 without CHARSET",
+        b21 + "note;quoted-printable:text=E2=80=A6\r\n" + e, "NOTE", QString::fromUtf8("text…"));
+    row("quoted-printable windows-1252",
+        b21 + "LABEL;CHARSET=Windows-1252;QUOTED-PRINTABLE:M=F6=DFlitz\r\n" + e, "LABEL",
+        QString::fromUtf8("Mößlitz"));
+    row("unknown charset falls back", b21 + "FN;CHARSET=blabla:M\xf6\r\n" + e, "FN",
+        QString::fromUtf8("Mö"));
+    row("3.0 escapes", b + "NOTE:a\\nb\\, c\\; d\\\\e\\Nf\r\n" + e, "NOTE", "a\nb, c; d\\e\nf");
+    row("unknown escape keeps the character", b + "URL:http\\://example.com\r\n" + e, "URL",
+        "http://example.com");
+    row("2.1 only escapes the semicolon", b21 + "NOTE:C:\\new\\; x, y\r\n" + e, "NOTE",
+        "C:\\new; x, y");
+    row("2.1 comma is literal in N", b21 + "N:Doe;John;Richter,James;;\r\n" + e, "N",
+        "Doe;John;Richter,James;;");
+    row("group prefix", b + "item1.EMAIL;TYPE=INTERNET:a@b.de\r\n" + e, "EMAIL", "a@b.de");
+    row("lower-case names", QByteArray("begin:vcard\r\nfn:x\r\nversion:2.1\r\nend:vcard\r\n"), "FN",
+        "x");
+    row("UTF-8 byte order mark", QByteArray("\xef\xbb\xbf") + b + "FN:x\r\n" + e, "FN", "x");
+    row("LF line ends", QByteArray("BEGIN:VCARD\nVERSION:3.0\nFN:a\n b\nEND:VCARD\n"), "FN", "ab");
+    row("CR line ends", QByteArray("BEGIN:VCARD\rVERSION:3.0\rFN:a\r b\rEND:VCARD\r"), "FN", "ab");
+    row("CR CR LF line ends",
+        QByteArray("BEGIN:VCARD\r\r\nVERSION:3.0\r\r\nFN:a\r\r\n b\r\r\nEND:VCARD\r\r\n"), "FN",
+        "ab");
+    row("no final line break", QByteArray("BEGIN:VCARD\r\nFN:x\r\nEND:VCARD"), "FN", "x");
+    row("text outside the card is ignored",
+        QByteArray("garbage\r\nFN:no\r\n\r\nBEGIN:VCARD\r\nFN:yes\r\nEND:VCARD\r\ntrailer\r\n"),
+        "FN", "yes");
 }
 
 void TstVCardReader::codecRules()
@@ -170,56 +156,30 @@ void TstVCardReader::parameters_data()
     QTest::addColumn<QString>("expected");
     QTest::addColumn<QString>("value");
 
-    QTest::newRow("bare 2.1 types") << QByteArray("TEL;WORK;VOICE:1") << "2.1"
-                                    << "TYPE"
-                                    << "WORK,VOICE"
-                                    << "1";
-    QTest::newRow("bare QUOTED-PRINTABLE is the encoding")
-        << QByteArray("NOTE;QUOTED-PRINTABLE:a=3Db") << "2.1"
-        << "ENCODING"
-        << "QUOTED-PRINTABLE"
-        << "a=b";
-    QTest::newRow("bare charset name")
-        << QByteArray("TEL;WORK;utf-8;QUOTED-PRINTABLE;de-DE:gesch=C3=A4ftlich") << "2.1"
-        << "TYPE"
-        << "WORK,DE-DE" << QString::fromUtf8("geschäftlich");
-    QTest::newRow("empty parameter") << QByteArray("ADR;HOME;PREF;:;;Weg 1;Ort;;1;D") << "2.1"
-                                     << "TYPE"
-                                     << "HOME,PREF"
-                                     << "Weg 1";
-    QTest::newRow("repeated TYPE and trailing comma")
-        << QByteArray("TEL;type=WORK;type=pref;TYPE=FAX,:1") << "3.0"
-        << "TYPE"
-        << "WORK,PREF,FAX"
-        << "1";
-    QTest::newRow("quoted TYPE list") << QByteArray("TEL;TYPE=\"voice,home\":1") << "4.0"
-                                      << "TYPE"
-                                      << "VOICE,HOME"
-                                      << "1";
-    QTest::newRow("quoted value with colon and semicolon")
-        << QByteArray("ADR;LABEL=\"a, b; c: d\";TYPE=work:;;Street;City;;;") << "4.0"
-        << "LABEL"
-        << "a, b; c: d"
-        << "Street";
-    QTest::newRow("RFC 6868 carets in 4.0")
-        << QByteArray("ADR;LABEL=\"x^ny^'z^^\":;;Street;;;;") << "4.0"
-        << "LABEL"
-        << "x\ny\"z^"
-        << "Street";
-    QTest::newRow("carets stay in 3.0") << QByteArray("ADR;LABEL=\"x^ny\":;;Street;;;;") << "3.0"
-                                        << "LABEL"
-                                        << "x^ny"
-                                        << "Street";
-    QTest::newRow("our own parameter decodes carets in 3.0")
-        << QByteArray("X-ZETTELWERK-USERPROP-A;X-ZETTELWERK-NAME=\"A^'B\":v") << "3.0"
-        << "X-ZETTELWERK-NAME"
-        << "A\"B"
-        << "v";
-    QTest::newRow("parameter fold with a tab")
-        << QByteArray("EMAIL;TYPE=WORK;X-EVOLUTION-UI-\r\n\tSLOT=1:a@b.de") << "3.0"
-        << "X-EVOLUTION-UI-SLOT"
-        << "1"
-        << "a@b.de";
+    auto row = [](const char* tag, const char* line, const char* version, const char* parameter,
+                  const QString& expected, const QString& value) {
+        QTest::newRow(tag) << QByteArray(line) << version << parameter << expected << value;
+    };
+    row("bare 2.1 types", "TEL;WORK;VOICE:1", "2.1", "TYPE", "WORK,VOICE", "1");
+    row("bare QUOTED-PRINTABLE is the encoding", "NOTE;QUOTED-PRINTABLE:a=3Db", "2.1", "ENCODING",
+        "QUOTED-PRINTABLE", "a=b");
+    row("bare charset name", "TEL;WORK;utf-8;QUOTED-PRINTABLE;de-DE:gesch=C3=A4ftlich", "2.1",
+        "TYPE", "WORK,DE-DE", QString::fromUtf8("geschäftlich"));
+    row("empty parameter", "ADR;HOME;PREF;:;;Weg 1;Ort;;1;D", "2.1", "TYPE", "HOME,PREF", "Weg 1");
+    row("repeated TYPE and trailing comma", "TEL;type=WORK;type=pref;TYPE=FAX,:1", "3.0", "TYPE",
+        "WORK,PREF,FAX", "1");
+    row("quoted TYPE list", "TEL;TYPE=\"voice,home\":1", "4.0", "TYPE", "VOICE,HOME", "1");
+    row("quoted value with colon and semicolon",
+        "ADR;LABEL=\"a, b; c: d\";TYPE=work:;;Street;City;;;", "4.0", "LABEL", "a, b; c: d",
+        "Street");
+    row("RFC 6868 carets in 4.0", "ADR;LABEL=\"x^ny^'z^^\":;;Street;;;;", "4.0", "LABEL",
+        "x\ny\"z^", "Street");
+    row("carets stay in 3.0", "ADR;LABEL=\"x^ny\":;;Street;;;;", "3.0", "LABEL", "x^ny", "Street");
+    row("our own parameter decodes carets in 3.0",
+        "X-ZETTELWERK-USERPROP-A;X-ZETTELWERK-NAME=\"A^'B\":v", "3.0", "X-ZETTELWERK-NAME", "A\"B",
+        "v");
+    row("parameter fold with a tab", "EMAIL;TYPE=WORK;X-EVOLUTION-UI-\r\n\tSLOT=1:a@b.de", "3.0",
+        "X-EVOLUTION-UI-SLOT", "1", "a@b.de");
 }
 
 void TstVCardReader::parameters()

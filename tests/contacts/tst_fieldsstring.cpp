@@ -13,22 +13,16 @@ private Q_SLOTS:
         QTest::addColumn<QString>("list");
         QTest::addColumn<QString>("stored");
         QTest::addColumn<QStringList>("pairs"); // "name|value", up to the first empty name
-        QTest::newRow("separator appended") << ";"
-                                            << "a=1;b=2"
-                                            << "a=1;b=2;" << QStringList{"a|1", "b|2"};
-        QTest::newRow("entry starting with = is all name") << ";"
-                                                           << "=x;a"
-                                                           << "=x;a;" << QStringList{"=x|", "a|"};
-        QTest::newRow("value keeps further =") << "|"
-                                               << "B=Wert=1"
-                                               << "B=Wert=1|" << QStringList{"B|Wert=1"};
-        QTest::newRow("empty entry ends the walk")
-            << "|"
-            << "A=Firma (OF)||B=Von-Name (SF)"
-            << "A=Firma (OF)||B=Von-Name (SF)|" << QStringList{"A|Firma (OF)"};
-        QTest::newRow("empty list") << ";"
-                                    << ""
-                                    << "" << QStringList{};
+        auto row = [](const char* tag, const char* separator, const char* list, const char* stored,
+                      const QStringList& pairs) {
+            QTest::newRow(tag) << separator << list << stored << pairs;
+        };
+        row("separator appended", ";", "a=1;b=2", "a=1;b=2;", {"a|1", "b|2"});
+        row("entry starting with = is all name", ";", "=x;a", "=x;a;", {"=x|", "a|"});
+        row("value keeps further =", "|", "B=Wert=1", "B=Wert=1|", {"B|Wert=1"});
+        row("empty entry ends the walk", "|", "A=Firma (OF)||B=Von-Name (SF)",
+            "A=Firma (OF)||B=Von-Name (SF)|", {"A|Firma (OF)"});
+        row("empty list", ";", "", "", {});
     }
     void walkPairs()
     {
@@ -93,24 +87,20 @@ private Q_SLOTS:
         QTest::addColumn<bool>("useAnd");
         QTest::addColumn<QString>("list");
         QTest::addColumn<QString>("clause");
-        QTest::newRow("one text entry")
-            << QStringList{"Name", "Meier", "s"} << true << "sName=Meier;"
-            << "Name = 'Meier'";
-        QTest::newRow("text and number with and")
-            << QStringList{"Name", "Meier", "s", "Alter", "3", "n"} << true
-            << "sName=Meier;nAlter=3;"
-            << "Name = 'Meier' and Alter = 3";
-        QTest::newRow("or") << QStringList{"Name", "A", "s", "Name", "B", "s"} << false
-                            << "sName=A;sName=B;"
-                            << "Name = 'A' or Name = 'B'";
-        QTest::newRow("empty value adds nothing") << QStringList{"Name", "", "s"} << true << ""
-                                                  << "";
-        QTest::newRow("no type mark loses the first letter")
-            << QStringList{"Ort", "Bonn", ""} << true << "Ort=Bonn;"
-            << "rt = Bonn";
-        QTest::newRow("quotes are not doubled")
-            << QStringList{"Name", "O'Neil", "s"} << true << "sName=O'Neil;"
-            << "Name = 'O'Neil'";
+        auto row = [](const char* tag, const QStringList& adds, bool useAnd, const char* list,
+                      const char* clause) {
+            QTest::newRow(tag) << adds << useAnd << list << clause;
+        };
+        row("one text entry", {"Name", "Meier", "s"}, true, "sName=Meier;", "Name = 'Meier'");
+        row("text and number with and", {"Name", "Meier", "s", "Alter", "3", "n"}, true,
+            "sName=Meier;nAlter=3;", "Name = 'Meier' and Alter = 3");
+        row("or", {"Name", "A", "s", "Name", "B", "s"}, false, "sName=A;sName=B;",
+            "Name = 'A' or Name = 'B'");
+        row("empty value adds nothing", {"Name", "", "s"}, true, "", "");
+        row("no type mark loses the first letter", {"Ort", "Bonn", ""}, true, "Ort=Bonn;",
+            "rt = Bonn");
+        row("quotes are not doubled", {"Name", "O'Neil", "s"}, true, "sName=O'Neil;",
+            "Name = 'O'Neil'");
     }
     void clauses()
     {
@@ -144,18 +134,16 @@ private Q_SLOTS:
         QTest::addColumn<QString>("filter");
         QTest::addColumn<QVariant>("value");
         QTest::addColumn<bool>("matches");
-        QTest::newRow("trimmed element A") << ","
-                                           << " A , B" << QVariant("A") << true;
-        QTest::newRow("trimmed element B") << ","
-                                           << " A , B" << QVariant("B") << true;
-        QTest::newRow("case matters") << ","
-                                      << " A , B" << QVariant("a") << false;
-        QTest::newRow("empty filter matches all") << ","
-                                                  << "" << QVariant("x") << true;
-        QTest::newRow("number compared as text") << ";"
-                                                 << "12;7" << QVariant(7) << true;
-        QTest::newRow("no partial match") << ";"
-                                          << "12;7" << QVariant("1") << false;
+        auto row = [](const char* tag, const char* separator, const char* filter,
+                      const QVariant& value, bool matches) {
+            QTest::newRow(tag) << separator << filter << value << matches;
+        };
+        row("trimmed element A", ",", " A , B", "A", true);
+        row("trimmed element B", ",", " A , B", "B", true);
+        row("case matters", ",", " A , B", "a", false);
+        row("empty filter matches all", ",", "", "x", true);
+        row("number compared as text", ";", "12;7", 7, true);
+        row("no partial match", ";", "12;7", "1", false);
     }
     void filterMatching()
     {

@@ -4,21 +4,6 @@
 #include <QDate>
 #include <QTest>
 
-class TstOlFilter : public QObject
-{
-    Q_OBJECT
-
-private slots:
-    void evaluates_data();
-    void evaluates();
-    void rejects_data();
-    void rejects();
-    void propertiesAndFastPath();
-    void valuesAreAskedLazily();
-    void componentValueMirrorsTheItemModel_data();
-    void componentValueMirrorsTheItemModel();
-};
-
 namespace
 {
 
@@ -52,180 +37,193 @@ QVariantMap mueller()
 
 } // namespace
 
-void TstOlFilter::evaluates_data()
+class TstOlFilter : public QObject
 {
-    QTest::addColumn<QString>("filter");
-    QTest::addColumn<bool>("expected");
+    Q_OBJECT
 
-    auto row = [](const char* name, const char* filter, bool expected) {
-        QTest::newRow(name) << QString::fromUtf8(filter) << expected;
-    };
-    row("equal text", "[LastName] = 'Müller'", true);
-    row("equality ignores case, umlauts too", "[LastName] = 'MÜLLER'", true);
-    row("property name ignores case", "[lastname] = 'müller'", true);
-    row("whole value only, no prefix match", "[LastName] = 'Müll'", false);
-    row("blanks count", "[LastName] = 'Müller '", false);
-    row("not equal", "[LastName] <> 'Meier'", true);
-    row("double quotes", "[CompanyName] = \"muster ag\"", true);
-    row("doubled single quote", "[Firma 2] = 'O''Brien & Co'", true);
-    row("doubled double quote inside double quotes", "[FirstName] = \"Max\"\"\"", false);
-    row("keywords in upper case", "[LastName] = 'Müller' AND [FirstName] = 'Max'", true);
-    row("and needs both", "[LastName] = 'Müller' and [FirstName] = 'Moritz'", false);
-    row("or needs one", "[FirstName] = 'Moritz' or [FirstName] = 'Max'", true);
-    row("and binds tighter than or (true or (x and false))",
-        "[FirstName] = 'Max' or [FirstName] = 'x' and [LastName] = 'y'", true);
-    row("and binds tighter than or ((false and x) or false)",
-        "[FirstName] = 'x' and [LastName] = 'Müller' or [LastName] = 'y'", false);
-    row("parentheses change the grouping",
-        "([FirstName] = 'Max' or [FirstName] = 'x') and [LastName] = 'y'", false);
-    row("nested parentheses", "(([LastName] = 'Müller'))", true);
-    row("not", "not [LastName] = 'Meier'", true);
-    row("not binds tighter than and", "not [LastName] = 'Meier' and [FirstName] = 'Max'", true);
-    row("text order ignores case", "[LastName] > 'mA' and [LastName] < 'MZ'", true);
-    row("less or equal on equal text", "[LastName] <= 'müller'", true);
-    row("date in German form", "[Birthday] = '31.12.1960'", true);
-    row("date in ISO form, with time", "[Birthday] >= '1960-12-31 08:00'", true);
-    row("date before", "[Birthday] < '1.1.1960'", false);
-    row("number", "[Gender] = 2", true);
-    row("number as text", "[Gender] = '2'", true);
-    row("negative number", "[Gender] > -1", true);
-    row("decimal number", "[Umsatz] >= 1234.5", true);
-    row("yes/no as Wahr", "[Messeeinladung] = 'Wahr'", true);
-    row("yes/no as Falsch", "[Messeeinladung] = 'Falsch'", false);
-    row("yes/no as -1", "[Messeeinladung] = -1", true);
-    row("list holds the value", "[Categories] = 'vip'", true);
-    row("list lacks the value", "[Categories] <> 'Lieferant'", true);
-    row("missing user property never matches =", "[Firma 3] = ''", false);
-    row("missing user property never matches <>", "[Firma 3] <> 'x'", false);
-    row("blanks and line breaks between tokens", "  [LastName]\t=\r\n'Müller'  ", true);
-    row("keyword needs a word boundary before a name", "[FirstName] = 'Max' or[LastName] = 'x'",
-        true);
-}
+private slots:
+    void evaluates_data()
+    {
+        QTest::addColumn<QString>("filter");
+        QTest::addColumn<bool>("expected");
 
-void TstOlFilter::evaluates()
-{
-    QFETCH(QString, filter);
-    QFETCH(bool, expected);
-    QCOMPARE(matches(filter, mueller()), expected);
-}
+        auto row = [](const char* name, const char* filter, bool expected) {
+            QTest::newRow(name) << QString::fromUtf8(filter) << expected;
+        };
+        row("equal text", "[LastName] = 'Müller'", true);
+        row("equality ignores case, umlauts too", "[LastName] = 'MÜLLER'", true);
+        row("property name ignores case", "[lastname] = 'müller'", true);
+        row("whole value only, no prefix match", "[LastName] = 'Müll'", false);
+        row("blanks count", "[LastName] = 'Müller '", false);
+        row("not equal", "[LastName] <> 'Meier'", true);
+        row("double quotes", "[CompanyName] = \"muster ag\"", true);
+        row("doubled single quote", "[Firma 2] = 'O''Brien & Co'", true);
+        row("doubled double quote inside double quotes", "[FirstName] = \"Max\"\"\"", false);
+        row("keywords in upper case", "[LastName] = 'Müller' AND [FirstName] = 'Max'", true);
+        row("and needs both", "[LastName] = 'Müller' and [FirstName] = 'Moritz'", false);
+        row("or needs one", "[FirstName] = 'Moritz' or [FirstName] = 'Max'", true);
+        row("and binds tighter than or (true or (x and false))",
+            "[FirstName] = 'Max' or [FirstName] = 'x' and [LastName] = 'y'", true);
+        row("and binds tighter than or ((false and x) or false)",
+            "[FirstName] = 'x' and [LastName] = 'Müller' or [LastName] = 'y'", false);
+        row("parentheses change the grouping",
+            "([FirstName] = 'Max' or [FirstName] = 'x') and [LastName] = 'y'", false);
+        row("nested parentheses", "(([LastName] = 'Müller'))", true);
+        row("not", "not [LastName] = 'Meier'", true);
+        row("not binds tighter than and", "not [LastName] = 'Meier' and [FirstName] = 'Max'", true);
+        row("text order ignores case", "[LastName] > 'mA' and [LastName] < 'MZ'", true);
+        row("less or equal on equal text", "[LastName] <= 'müller'", true);
+        row("date in German form", "[Birthday] = '31.12.1960'", true);
+        row("date in ISO form, with time", "[Birthday] >= '1960-12-31 08:00'", true);
+        row("date before", "[Birthday] < '1.1.1960'", false);
+        row("number", "[Gender] = 2", true);
+        row("number as text", "[Gender] = '2'", true);
+        row("negative number", "[Gender] > -1", true);
+        row("decimal number", "[Umsatz] >= 1234.5", true);
+        row("yes/no as Wahr", "[Messeeinladung] = 'Wahr'", true);
+        row("yes/no as Falsch", "[Messeeinladung] = 'Falsch'", false);
+        row("yes/no as -1", "[Messeeinladung] = -1", true);
+        row("list holds the value", "[Categories] = 'vip'", true);
+        row("list lacks the value", "[Categories] <> 'Lieferant'", true);
+        row("missing user property never matches =", "[Firma 3] = ''", false);
+        row("missing user property never matches <>", "[Firma 3] <> 'x'", false);
+        row("blanks and line breaks between tokens", "  [LastName]\t=\r\n'Müller'  ", true);
+        row("keyword needs a word boundary before a name", "[FirstName] = 'Max' or[LastName] = 'x'",
+            true);
+    }
 
-void TstOlFilter::rejects_data()
-{
-    QTest::addColumn<QString>("filter");
-    QTest::addColumn<QString>("reason");
-    QTest::addColumn<int>("position");
+    void evaluates()
+    {
+        QFETCH(QString, filter);
+        QFETCH(bool, expected);
+        QCOMPARE(matches(filter, mueller()), expected);
+    }
 
-    auto row = [](const char* name, const char* filter, const char* reason, int position) {
-        QTest::newRow(name) << QString::fromUtf8(filter) << QString::fromUtf8(reason) << position;
-    };
-    row("empty", "   ", "die Bedingung ist leer", 1);
-    row("unterminated text", "[LastName] = 'Müller", "die Zeichenkette wird nicht geschlossen", 14);
-    row("embedded quote not doubled", "[LastName] = 'O'Neill'",
-        "\"and\", \"or\" oder Ende der Bedingung erwartet", 17);
-    row("no brackets", "LastName = 'x'", "Eigenschaft in [ ] erwartet", 1);
-    row("bracket not closed", "[LastName = 'x'", "die Klammer [ wird nicht geschlossen", 1);
-    row("empty property name", "[ ] = 'x'", "der Eigenschaftsname ist leer", 1);
-    row("no operator", "[LastName] 'x'", "Vergleichsoperator (=, <>, <, >, <=, >=) erwartet", 12);
-    row("double equals", "[LastName] == 'x'", "Wert in Anführungszeichen oder Zahl erwartet", 13);
-    row("no value", "[LastName] =", "Wert erwartet, Ende der Bedingung gefunden", 13);
-    row("unquoted word", "[LastName] = Müller", "Wert in Anführungszeichen oder Zahl erwartet", 14);
-    row("bad number", "[Gender] = 1.2.3", "\"1.2.3\" ist keine Zahl", 12);
-    row("dangling and", "[LastName] = 'x' and",
-        "Eigenschaft in [ ] erwartet, Ende der Bedingung gefunden", 21);
-    row("missing closing parenthesis", "([LastName] = 'x'",
-        "die Klammer bei Zeichen 1 wird nicht geschlossen", 18);
-    row("surplus closing parenthesis", "[LastName] = 'x')",
-        "\"and\", \"or\" oder Ende der Bedingung erwartet", 17);
-    row("and glued to a word is not a keyword", "[LastName] = 'x' andy [FirstName] = 'y'",
-        "\"and\", \"or\" oder Ende der Bedingung erwartet", 18);
-    row("date property with a non-date", "[Birthday] = 'gestern'", "\"gestern\" ist kein Datum",
-        14);
-}
+    void rejects_data()
+    {
+        QTest::addColumn<QString>("filter");
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<int>("position");
 
-void TstOlFilter::rejects()
-{
-    QFETCH(QString, filter);
-    QFETCH(QString, reason);
-    QFETCH(int, position);
-    try {
-        OlFilter::parse(filter);
-        QFAIL("parsed");
-    } catch (const ZwError& e) {
+        auto row = [](const char* name, const char* filter, const char* reason, int position) {
+            QTest::newRow(name) << QString::fromUtf8(filter) << QString::fromUtf8(reason)
+                                << position;
+        };
+        row("empty", "   ", "die Bedingung ist leer", 1);
+        row("unterminated text", "[LastName] = 'Müller", "die Zeichenkette wird nicht geschlossen",
+            14);
+        row("embedded quote not doubled", "[LastName] = 'O'Neill'",
+            "\"and\", \"or\" oder Ende der Bedingung erwartet", 17);
+        row("no brackets", "LastName = 'x'", "Eigenschaft in [ ] erwartet", 1);
+        row("bracket not closed", "[LastName = 'x'", "die Klammer [ wird nicht geschlossen", 1);
+        row("empty property name", "[ ] = 'x'", "der Eigenschaftsname ist leer", 1);
+        row("no operator", "[LastName] 'x'", "Vergleichsoperator (=, <>, <, >, <=, >=) erwartet",
+            12);
+        row("double equals", "[LastName] == 'x'", "Wert in Anführungszeichen oder Zahl erwartet",
+            13);
+        row("no value", "[LastName] =", "Wert erwartet, Ende der Bedingung gefunden", 13);
+        row("unquoted word", "[LastName] = Müller", "Wert in Anführungszeichen oder Zahl erwartet",
+            14);
+        row("bad number", "[Gender] = 1.2.3", "\"1.2.3\" ist keine Zahl", 12);
+        row("dangling and", "[LastName] = 'x' and",
+            "Eigenschaft in [ ] erwartet, Ende der Bedingung gefunden", 21);
+        row("missing closing parenthesis", "([LastName] = 'x'",
+            "die Klammer bei Zeichen 1 wird nicht geschlossen", 18);
+        row("surplus closing parenthesis", "[LastName] = 'x')",
+            "\"and\", \"or\" oder Ende der Bedingung erwartet", 17);
+        row("and glued to a word is not a keyword", "[LastName] = 'x' andy [FirstName] = 'y'",
+            "\"and\", \"or\" oder Ende der Bedingung erwartet", 18);
+        row("date property with a non-date", "[Birthday] = 'gestern'", "\"gestern\" ist kein Datum",
+            14);
+    }
+
+    void rejects()
+    {
+        QFETCH(QString, filter);
+        QFETCH(QString, reason);
+        QFETCH(int, position);
+        ZwError e(0, QString());
+        try {
+            OlFilter::parse(filter);
+        } catch (const ZwError& error) {
+            e = error;
+        }
         QCOMPARE(e.number(), 5L);
         QCOMPARE(e.source(), QStringLiteral("Restrict"));
-        QCOMPARE(e.description(), QStringLiteral("Ungültige Filterbedingung: %1 bei Zeichen %2 in "
-                                                 "\"%3\"")
-                                      .arg(reason)
-                                      .arg(position)
-                                      .arg(filter));
+        QCOMPARE(e.description(),
+                 QStringLiteral("Ungültige Filterbedingung: %1 bei Zeichen %2 in \"%3\"")
+                     .arg(reason)
+                     .arg(position)
+                     .arg(filter));
     }
-}
 
-void TstOlFilter::propertiesAndFastPath()
-{
-    const OlFilter f = OlFilter::parse(QStringLiteral(
-        "[Lastname] = 'a' or [LASTNAME] = 'b' or [companyname] = 'c' or [Title] = 'Dr.' or "
-        "[BusinessAddressCity] = 'd' or [Firma 2] = 'e'"));
-    const QList<OlFilter::Property>& p = f.properties();
-    QCOMPARE(p.size(), 5); // LastName once
-    QCOMPARE(p[0].name, QStringLiteral("LastName"));
-    QCOMPARE(p[0].source, OlFilter::Source::NamePart);
-    QCOMPARE(p[0].component, 0);
-    QCOMPARE(p[1].name, QStringLiteral("CompanyName"));
-    QCOMPARE(p[1].source, OlFilter::Source::OrgPart);
-    QCOMPARE(p[2].source, OlFilter::Source::NamePart);
-    QCOMPARE(p[2].component, 3);
-    QCOMPARE(p[3].source, OlFilter::Source::Item);
-    QVERIFY(!p[3].isUserProperty);
-    QCOMPARE(p[4].name, QStringLiteral("Firma 2"));
-    QVERIFY(p[4].isUserProperty);
-}
+    void propertiesAndFastPath()
+    {
+        const OlFilter f = OlFilter::parse(QStringLiteral(
+            "[Lastname] = 'a' or [LASTNAME] = 'b' or [companyname] = 'c' or [Title] = 'Dr.' or "
+            "[BusinessAddressCity] = 'd' or [Firma 2] = 'e'"));
+        const QList<OlFilter::Property>& p = f.properties();
+        QCOMPARE(p.size(), 5); // LastName once
+        QCOMPARE(p[0].name, QStringLiteral("LastName"));
+        QCOMPARE(p[0].source, OlFilter::Source::NamePart);
+        QCOMPARE(p[0].component, 0);
+        QCOMPARE(p[1].name, QStringLiteral("CompanyName"));
+        QCOMPARE(p[1].source, OlFilter::Source::OrgPart);
+        QCOMPARE(p[2].source, OlFilter::Source::NamePart);
+        QCOMPARE(p[2].component, 3);
+        QCOMPARE(p[3].source, OlFilter::Source::Item);
+        QVERIFY(!p[3].isUserProperty);
+        QCOMPARE(p[4].name, QStringLiteral("Firma 2"));
+        QVERIFY(p[4].isUserProperty);
+    }
 
-void TstOlFilter::valuesAreAskedLazily()
-{
-    const OlFilter f = OlFilter::parse(
-        QStringLiteral("[LastName] = 'x' and [FullName] = 'y' or [FirstName] = 'z'"));
-    QList<int> asked;
-    const bool m = f.matches([&](int i) -> std::optional<QVariant> {
-        asked.append(i);
-        return QStringLiteral("z");
-    });
-    QVERIFY(m);
-    // The and stops at its false left side; the or then needs its right side.
-    QCOMPARE(asked, (QList<int>{0, 2}));
-}
+    void valuesAreAskedLazily()
+    {
+        const OlFilter f = OlFilter::parse(
+            QStringLiteral("[LastName] = 'x' and [FullName] = 'y' or [FirstName] = 'z'"));
+        QList<int> asked;
+        const bool m = f.matches([&](int i) -> std::optional<QVariant> {
+            asked.append(i);
+            return QStringLiteral("z");
+        });
+        QVERIFY(m);
+        // The and stops at its false left side; the or then needs its right side.
+        QCOMPARE(asked, (QList<int>{0, 2}));
+    }
 
-void TstOlFilter::componentValueMirrorsTheItemModel_data()
-{
-    QTest::addColumn<int>("source");
-    QTest::addColumn<int>("component");
-    QTest::addColumn<QString>("escaped");
-    QTest::addColumn<QString>("expected");
+    void componentValueMirrorsTheItemModel_data()
+    {
+        QTest::addColumn<int>("source");
+        QTest::addColumn<int>("component");
+        QTest::addColumn<QString>("escaped");
+        QTest::addColumn<QString>("expected");
 
-    const int n = int(OlFilter::Source::NamePart), org = int(OlFilter::Source::OrgPart);
-    QTest::newRow("family name") << n << 0 << QString("Müller;Max;;Herr;") << QString("Müller");
-    QTest::newRow("prefix") << n << 3 << QString("Müller;Max;;Herr;") << QString("Herr");
-    QTest::newRow("component beyond the value") << n << 4 << QString("Müller;Max") << QString();
-    QTest::newRow("value list joined with a blank")
-        << n << 2 << QString("Doe;John;Philip,Paul;;") << QString("Philip Paul");
-    QTest::newRow("escaped comma is no list")
-        << n << 0 << QString("Richter\\, James;;;;") << QString("Richter, James");
-    QTest::newRow("blanks trimmed") << n << 1 << QString("A; Max ;;;") << QString("Max");
-    QTest::newRow("company keeps its comma")
-        << org << 0 << QString("Ximian, Inc.;Sales") << QString("Ximian, Inc.");
-    QTest::newRow("department") << org << 1 << QString("Muster AG; Einkauf ") << QString("Einkauf");
-    QTest::newRow("escaped semicolon in a company")
-        << org << 0 << QString("A\\;B;C") << QString("A;B");
-}
+        const int n = int(OlFilter::Source::NamePart), org = int(OlFilter::Source::OrgPart);
+        QTest::newRow("family name") << n << 0 << QString("Müller;Max;;Herr;") << QString("Müller");
+        QTest::newRow("prefix") << n << 3 << QString("Müller;Max;;Herr;") << QString("Herr");
+        QTest::newRow("component beyond the value") << n << 4 << QString("Müller;Max") << QString();
+        QTest::newRow("value list joined with a blank")
+            << n << 2 << QString("Doe;John;Philip,Paul;;") << QString("Philip Paul");
+        QTest::newRow("escaped comma is no list")
+            << n << 0 << QString("Richter\\, James;;;;") << QString("Richter, James");
+        QTest::newRow("blanks trimmed") << n << 1 << QString("A; Max ;;;") << QString("Max");
+        QTest::newRow("company keeps its comma")
+            << org << 0 << QString("Ximian, Inc.;Sales") << QString("Ximian, Inc.");
+        QTest::newRow("department")
+            << org << 1 << QString("Muster AG; Einkauf ") << QString("Einkauf");
+        QTest::newRow("escaped semicolon in a company")
+            << org << 0 << QString("A\\;B;C") << QString("A;B");
+    }
 
-void TstOlFilter::componentValueMirrorsTheItemModel()
-{
-    QFETCH(int, source);
-    QFETCH(int, component);
-    QFETCH(QString, escaped);
-    QFETCH(QString, expected);
-    QCOMPARE(OlFilter::componentValue(OlFilter::Source(source), component, escaped), expected);
-}
+    void componentValueMirrorsTheItemModel()
+    {
+        QFETCH(int, source);
+        QFETCH(int, component);
+        QFETCH(QString, escaped);
+        QFETCH(QString, expected);
+        QCOMPARE(OlFilter::componentValue(OlFilter::Source(source), component, escaped), expected);
+    }
+};
 
 QTEST_GUILESS_MAIN(TstOlFilter)
 #include "tst_olfilter.moc"

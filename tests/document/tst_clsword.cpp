@@ -1,5 +1,4 @@
-#include "LogCapture.h"
-#include "OoxmlTestPackage.h"
+#include "WordTestFixture.h"
 #include "document/ClsWord.h"
 #include "document/FieldAssignmentDefaults.h"
 #include "tests/support/ScriptedUserInterface.h"
@@ -68,28 +67,11 @@ private:
 
 } // namespace
 
-class TstClsWord : public QObject
+class TstClsWord : public WordTestFixture
 {
     Q_OBJECT
 
 private:
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<ScriptedUserInterface> m_ui;
-    std::unique_ptr<LogCapture> m_log;
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<ClsWord> m_word;
-    QStringList m_opened;
-
-    QString outDir() const { return m_dir->filePath(QStringLiteral("out")); }
-
-    QString writeTemplate(const Template& t, const QString& name = QStringLiteral("Brief.dotx"))
-    {
-        const QString path = m_dir->filePath(name);
-        if (!writeZip(path, entriesOf(t)))
-            qFatal("cannot write test template");
-        return path;
-    }
-
     // A letter with bookmark B around "alt" in its second paragraph.
     QString letterTemplate(const std::string& settings = std::string())
     {
@@ -111,27 +93,8 @@ private:
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        m_env = std::make_unique<TestEnvironment>();
-        m_ui = std::make_unique<ScriptedUserInterface>();
-        m_log = std::make_unique<LogCapture>(*m_ui);
-        m_dir = std::make_unique<QTemporaryDir>();
-        QDir(m_dir->path()).mkpath(QStringLiteral("out"));
-        m_opened.clear();
-        m_word = std::make_unique<ClsWord>();
-        m_word->setOutputFolder(outDir());
-        m_word->setOpener([this](const QString& path) { m_opened.append(path); });
-    }
-
-    void cleanup()
-    {
-        m_word.reset();
-        m_log.reset();
-        QVERIFY2(m_ui->boxes().isEmpty(), qPrintable(m_ui->boxes().value(0).text));
-        m_ui.reset();
-        m_env.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void versionTable_data()
     {
@@ -141,33 +104,26 @@ private Q_SLOTS:
         QTest::addColumn<QString>("version");
         QTest::addColumn<QString>("productName");
 
-        QTest::newRow("without LibreOffice the built-in engine is the newest installed")
-            << int(FakePath::None) << QStringList() << QList<bool>() << "OOXML"
-            << "Zettelwerk DOCX";
-        QTest::newRow("soffice on PATH: LibreOffice Writer comes first")
-            << int(FakePath::Executable) << QStringList() << QList<bool>() << "LO"
-            << "LibreOffice Writer";
-        QTest::newRow("soffice without execute permission is not LibreOffice")
-            << int(FakePath::NotExecutable) << QStringList() << QList<bool>() << "OOXML"
-            << "Zettelwerk DOCX";
-        QTest::newRow("the user's choice of the older version holds")
-            << int(FakePath::Executable) << QStringList{"OOXML"} << QList<bool>{true} << "OOXML"
-            << "Zettelwerk DOCX";
-        QTest::newRow("a version not installed leaves none, the next use detects again")
-            << int(FakePath::None) << QStringList{"LO"} << QList<bool>{false} << "OOXML"
-            << "Zettelwerk DOCX";
-        QTest::newRow("a Windows version string is unknown and changes nothing")
-            << int(FakePath::Executable) << QStringList{"OOXML", "9.0"} << QList<bool>{true, false}
-            << "OOXML"
-            << "Zettelwerk DOCX";
-        QTest::newRow("version strings compare exactly")
-            << int(FakePath::Executable) << QStringList{"OOXML", "lo"} << QList<bool>{true, false}
-            << "OOXML"
-            << "Zettelwerk DOCX";
-        QTest::newRow("choosing again replaces the choice")
-            << int(FakePath::Executable) << QStringList{"OOXML", "LO"} << QList<bool>{true, true}
-            << "LO"
-            << "LibreOffice Writer";
+        auto row = [](const char* tag, FakePath::Kind path, const QStringList& choices,
+                      const QList<bool>& results, const char* version) {
+            QTest::newRow(tag) << int(path) << choices << results << version
+                               << ClsWord::productNameOf(QString::fromLatin1(version));
+        };
+        row("without LibreOffice the built-in engine is the newest installed", FakePath::None, {},
+            {}, "OOXML");
+        row("soffice on PATH: LibreOffice Writer comes first", FakePath::Executable, {}, {}, "LO");
+        row("soffice without execute permission is not LibreOffice", FakePath::NotExecutable, {},
+            {}, "OOXML");
+        row("the user's choice of the older version holds", FakePath::Executable, {"OOXML"}, {true},
+            "OOXML");
+        row("a version not installed leaves none, the next use detects again", FakePath::None,
+            {"LO"}, {false}, "OOXML");
+        row("a Windows version string is unknown and changes nothing", FakePath::Executable,
+            {"OOXML", "9.0"}, {true, false}, "OOXML");
+        row("version strings compare exactly", FakePath::Executable, {"OOXML", "lo"}, {true, false},
+            "OOXML");
+        row("choosing again replaces the choice", FakePath::Executable, {"OOXML", "LO"},
+            {true, true}, "LO");
     }
     void versionTable()
     {
@@ -352,39 +308,26 @@ private Q_SLOTS:
         QTest::addColumn<QString>("bookmarkText");
         QTest::addColumn<QStringList>("paragraphs");
         QTest::addColumn<QStringList>("errors");
+        auto row = [](const char* tag, const char* text, const char* bookmark, bool result,
+                      const char* inside, const QStringList& paragraphs, const char* error = "") {
+            QTest::newRow(tag) << text << bookmark << result << inside << paragraphs
+                               << (*error ? QStringList{error} : QStringList());
+        };
         const QStringList untouched{"Kopf", "alt"};
-        QTest::newRow("text replaces the bookmark's content")
-            << "Neu"
-            << "B" << true << "Neu" << QStringList{"Kopf", "Neu"} << QStringList();
-        QTest::newRow("bookmark names ignore case")
-            << "Neu"
-            << "b" << true << "Neu" << QStringList{"Kopf", "Neu"} << QStringList();
-        QTest::newRow("blanks only write nothing")
-            << "   "
-            << "B" << true << "alt" << untouched << QStringList();
-        QTest::newRow("a tab is text, not a blank")
-            << "\t"
-            << "B" << true << "\t" << QStringList{"Kopf", "\t"} << QStringList();
-        QTest::newRow("surrounding blanks are typed as they are")
-            << " x "
-            << "B" << true << " x " << QStringList{"Kopf", " x "} << QStringList();
-        QTest::newRow("line placeholder types a line at the insertion point")
-            << "Zeile"
-            << "(1. Zeile)" << true << "alt" << QStringList{"Zeile", "Kopf", "alt"}
-            << QStringList();
-        QTest::newRow("any bookmark beginning with '(' is a placeholder")
-            << "Zeile"
-            << "(B)" << true << "alt" << QStringList{"Zeile", "Kopf", "alt"} << QStringList();
-        QTest::newRow("no bookmark types a line at the insertion point")
-            << "Zeile"
-            << "" << true << "alt" << QStringList{"Zeile", "Kopf", "alt"} << QStringList();
-        QTest::newRow("unknown bookmark is logged with text and bookmark")
-            << "x"
-            << "Fehlt" << false << "alt" << untouched
-            << QStringList{"Fehler beim Schreiben von 'x' an Textmarke 'Fehlt'"};
-        QTest::newRow("unknown bookmark with blanks only is not even looked for")
-            << "  "
-            << "Fehlt" << true << "alt" << untouched << QStringList();
+        const QStringList line{"Zeile", "Kopf", "alt"};
+        row("text replaces the bookmark's content", "Neu", "B", true, "Neu", {"Kopf", "Neu"});
+        row("bookmark names ignore case", "Neu", "b", true, "Neu", {"Kopf", "Neu"});
+        row("blanks only write nothing", "   ", "B", true, "alt", untouched);
+        row("a tab is text, not a blank", "\t", "B", true, "\t", {"Kopf", "\t"});
+        row("surrounding blanks are typed as they are", " x ", "B", true, " x ", {"Kopf", " x "});
+        row("line placeholder types a line at the insertion point", "Zeile", "(1. Zeile)", true,
+            "alt", line);
+        row("any bookmark beginning with '(' is a placeholder", "Zeile", "(B)", true, "alt", line);
+        row("no bookmark types a line at the insertion point", "Zeile", "", true, "alt", line);
+        row("unknown bookmark is logged with text and bookmark", "x", "Fehlt", false, "alt",
+            untouched, "Fehler beim Schreiben von 'x' an Textmarke 'Fehlt'");
+        row("unknown bookmark with blanks only is not even looked for", "  ", "Fehlt", true, "alt",
+            untouched);
     }
     void setText()
     {
@@ -409,14 +352,11 @@ private Q_SLOTS:
         QTest::addColumn<int>("documentState"); // 0 none, 1 closed
         QTest::addColumn<QString>("bookmark");
         QTest::addColumn<QString>("logged");
-        QTest::newRow("no document, with bookmark")
-            << 0 << "B"
-            << "Fehler beim Schreiben von 'Text' an Textmarke 'B'";
-        QTest::newRow("no document, without bookmark") << 0 << ""
-                                                       << "Fehler beim Schreiben von 'Text'";
+        const QString logged = QStringLiteral("Fehler beim Schreiben von 'Text'");
+        QTest::newRow("no document, with bookmark") << 0 << "B" << logged + " an Textmarke 'B'";
+        QTest::newRow("no document, without bookmark") << 0 << "" << logged;
         QTest::newRow("closed document, placeholder named")
-            << 1 << "(2. Zeile)"
-            << "Fehler beim Schreiben von 'Text' an Textmarke '(2. Zeile)'";
+            << 1 << "(2. Zeile)" << logged + " an Textmarke '(2. Zeile)'";
     }
     void setTextFailures()
     {
@@ -511,10 +451,10 @@ private Q_SLOTS:
         QTest::newRow("header bookmark counts") << 2 << "Kopfzeile" << QStringList();
         QTest::newRow("table cell bookmark counts") << 3 << "Mitte" << QStringList();
         QTest::newRow("last") << 4 << "Zeta" << QStringList();
-        QTest::newRow("index 0") << 0 << "" << QStringList{"GetBookmarkName"};
-        QTest::newRow("beyond the count, hidden one not reachable")
-            << 5 << "" << QStringList{"GetBookmarkName"};
-        QTest::newRow("negative") << -1 << "" << QStringList{"GetBookmarkName"};
+        for (auto [tag, index] : {std::pair{"index 0", 0},
+                                  {"beyond the count, hidden one not reachable", 5},
+                                  {"negative", -1}})
+            QTest::newRow(tag) << index << "" << QStringList{"GetBookmarkName"};
     }
     void bookmarks()
     {

@@ -1,5 +1,4 @@
-#include "LogCapture.h"
-#include "OoxmlTestPackage.h"
+#include "WordTestFixture.h"
 #include "document/ClsWord.h"
 #include "document/FieldAssignmentDefaults.h"
 #include "document/FieldAssignmentList.h"
@@ -95,29 +94,17 @@ QList<BookmarkRow> rowsOf(const QString& entry, const QStringList& values = {})
 
 } // namespace
 
-class TstFieldAssignments : public QObject
+class TstFieldAssignments : public WordTestFixture
 {
     Q_OBJECT
 
 private:
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<ScriptedUserInterface> m_ui;
-    std::unique_ptr<LogCapture> m_log;
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::unique_ptr<ClsWord> m_word;
-    QStringList m_opened;
-
-    QString outDir() const { return m_dir->filePath(QStringLiteral("out")); }
-
     // Bookmarks A, B, C, each around "alt <name>".
     QString abcTemplate()
     {
         Template t;
         t.body = markedPara(1, "A") + markedPara(2, "B") + markedPara(3, "C");
-        const QString path = m_dir->filePath(QStringLiteral("ABC.dotx"));
-        if (!writeZip(path, entriesOf(t)))
-            qFatal("cannot write test template");
-        return path;
+        return writeTemplate(t, QStringLiteral("ABC.dotx"));
     }
 
     std::map<std::string, std::string> onlyOpenedDocument()
@@ -128,27 +115,8 @@ private:
     }
 
 private Q_SLOTS:
-    void init()
-    {
-        m_env = std::make_unique<TestEnvironment>();
-        m_ui = std::make_unique<ScriptedUserInterface>();
-        m_log = std::make_unique<LogCapture>(*m_ui);
-        m_dir = std::make_unique<QTemporaryDir>();
-        QDir(m_dir->path()).mkpath(QStringLiteral("out"));
-        m_opened.clear();
-        m_word = std::make_unique<ClsWord>();
-        m_word->setOutputFolder(outDir());
-        m_word->setOpener([this](const QString& path) { m_opened.append(path); });
-    }
-
-    void cleanup()
-    {
-        m_word.reset();
-        m_log.reset();
-        QVERIFY2(m_ui->boxes().isEmpty(), qPrintable(m_ui->boxes().value(0).text));
-        m_ui.reset();
-        m_env.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void resolve_data()
     {
@@ -157,56 +125,41 @@ private Q_SLOTS:
         QTest::addColumn<bool>("withContact");
         QTest::addColumn<QString>("text");
         QTest::addColumn<QStringList>("calls");
-        const QStringList none;
-        QTest::newRow("Outlook field")
-            << "Firma (OF)" << defaultSpecial << true << "[Firma/0]" << QStringList{"Firma/0"};
-        QTest::newRow("composite field")
-            << "1. Anschrift-Zeile (ZF)" << defaultSpecial << true << "[1. Anschrift-Zeile/1]"
-            << QStringList{"1. Anschrift-Zeile/1"};
-        QTest::newRow("user-defined field") << "Kenn-Nr (BF)" << defaultSpecial << true
-                                            << "[Kenn-Nr/2]" << QStringList{"Kenn-Nr/2"};
-        QTest::newRow("special field")
-            << "Von-Name (SF)" << defaultSpecial << true << "<Ihr Name>" << none;
-        QTest::newRow("special field without a contact")
-            << "Von-Unterschrift (SF)" << defaultSpecial << false << "i.A. <Ihr Name>" << none;
-        QTest::newRow("special value keeps its own '='") << "Formel (SF)"
-                                                         << "Formel=a=b" << true << "a=b" << none;
-        QTest::newRow("special entry without '=' has an empty value")
-            << "Leer (SF)"
-            << "Leer|X=1" << true << "" << none;
-        QTest::newRow("first of two equal special names wins") << "X (SF)"
-                                                               << "X=1|X=2" << true << "1" << none;
-        QTest::newRow("deleted special field falls back to the Outlook field")
-            << "Von-Kurzzeichen (SF)"
-            << "Von-Name=N" << true << "[Von-Kurzzeichen/0]" << QStringList{"Von-Kurzzeichen/0"};
-        QTest::newRow("special names compare case-sensitively")
-            << "von-name (SF)" << defaultSpecial << true << "[von-name/0]"
-            << QStringList{"von-name/0"};
-        QTest::newRow("special walk ends at an empty entry")
-            << "Von-Name (SF)"
-            << "A=1||Von-Name=N" << true << "[Von-Name/0]" << QStringList{"Von-Name/0"};
-        QTest::newRow("deleted special field without a contact") << "Von-Kurzzeichen (SF)"
-                                                                 << "" << false << "" << none;
-        QTest::newRow("no contact: Outlook field is empty")
-            << "Firma (OF)" << defaultSpecial << false << "" << none;
-        QTest::newRow("date dd.MM.yyyy")
-            << "Datum tt.mm.jjjj (EF)" << defaultSpecial << true << "05.03.2001" << none;
-        QTest::newRow("date dd.MM.yy")
-            << "Datum tt.mm.jj (EF)" << defaultSpecial << true << "05.03.01" << none;
-        QTest::newRow("built-in names compare case-sensitively")
-            << "datum tt.mm.jjjj (EF)" << defaultSpecial << true << "" << none;
-        QTest::newRow("unknown built-in field")
-            << "Uhrzeit (EF)" << defaultSpecial << true << "" << none;
-        QTest::newRow("unassigned") << "-" << defaultSpecial << true << "" << none;
-        QTest::newRow("empty field name") << "" << defaultSpecial << true << "" << none;
-        QTest::newRow("' (OF)' alone is a whole name of type 0")
-            << " (OF)" << defaultSpecial << true << "[ (OF)/0]" << QStringList{" (OF)/0"};
-        QTest::newRow("suffix in lower case is no suffix")
-            << "Firma (of)" << defaultSpecial << true << "" << none;
-        QTest::newRow("unknown suffix") << "Firma (XF)" << defaultSpecial << true << "" << none;
-        QTest::newRow("suffix inside the name counts only at the end")
-            << "A (OF) B (ZF)" << defaultSpecial << true << "[A (OF) B/1]"
-            << QStringList{"A (OF) B/1"};
+        // `call` is the one contact request expected, if any.
+        auto row = [](const char* tag, const char* field, const char* text, const char* call = "",
+                      bool withContact = true, const QString& special = defaultSpecial) {
+            QTest::newRow(tag) << field << special << withContact << text
+                               << (*call ? QStringList{call} : QStringList());
+        };
+        row("Outlook field", "Firma (OF)", "[Firma/0]", "Firma/0");
+        row("composite field", "1. Anschrift-Zeile (ZF)", "[1. Anschrift-Zeile/1]",
+            "1. Anschrift-Zeile/1");
+        row("user-defined field", "Kenn-Nr (BF)", "[Kenn-Nr/2]", "Kenn-Nr/2");
+        row("special field", "Von-Name (SF)", "<Ihr Name>");
+        row("special field without a contact", "Von-Unterschrift (SF)", "i.A. <Ihr Name>", "",
+            false);
+        row("special value keeps its own '='", "Formel (SF)", "a=b", "", true, "Formel=a=b");
+        row("special entry without '=' has an empty value", "Leer (SF)", "", "", true, "Leer|X=1");
+        row("first of two equal special names wins", "X (SF)", "1", "", true, "X=1|X=2");
+        row("deleted special field falls back to the Outlook field", "Von-Kurzzeichen (SF)",
+            "[Von-Kurzzeichen/0]", "Von-Kurzzeichen/0", true, "Von-Name=N");
+        row("special names compare case-sensitively", "von-name (SF)", "[von-name/0]",
+            "von-name/0");
+        row("special walk ends at an empty entry", "Von-Name (SF)", "[Von-Name/0]", "Von-Name/0",
+            true, "A=1||Von-Name=N");
+        row("deleted special field without a contact", "Von-Kurzzeichen (SF)", "", "", false, "");
+        row("no contact: Outlook field is empty", "Firma (OF)", "", "", false);
+        row("date dd.MM.yyyy", "Datum tt.mm.jjjj (EF)", "05.03.2001");
+        row("date dd.MM.yy", "Datum tt.mm.jj (EF)", "05.03.01");
+        row("built-in names compare case-sensitively", "datum tt.mm.jjjj (EF)", "");
+        row("unknown built-in field", "Uhrzeit (EF)", "");
+        row("unassigned", "-", "");
+        row("empty field name", "", "");
+        row("' (OF)' alone is a whole name of type 0", " (OF)", "[ (OF)/0]", " (OF)/0");
+        row("suffix in lower case is no suffix", "Firma (of)", "");
+        row("unknown suffix", "Firma (XF)", "");
+        row("suffix inside the name counts only at the end", "A (OF) B (ZF)", "[A (OF) B/1]",
+            "A (OF) B/1");
     }
     void resolve()
     {
@@ -251,35 +204,28 @@ private Q_SLOTS:
         QTest::addColumn<bool>("withContact");
         QTest::addColumn<QStringList>("texts"); // of A, B, C
         QTest::addColumn<QStringList>("errors");
-        QTest::newRow("every bookmark gets its field")
-            << "A=Firma (OF)|B=Von-Name (SF)|C=Datum tt.mm.jj (EF)" << true
-            << QStringList{"[Firma/0]", "<Ihr Name>", "05.03.01"} << QStringList();
-        QTest::newRow("unassigned bookmark keeps the template's text")
-            << "A=-|B=Firma (OF)|C=-" << true << QStringList{"alt A", "[Firma/0]", "alt C"}
-            << QStringList();
-        QTest::newRow("'||' ends the walk")
-            << "A=Firma (OF)||B=Von-Name (SF)" << true << QStringList{"[Firma/0]", "alt B", "alt C"}
-            << QStringList();
-        QTest::newRow("a trailing '|' is harmless")
-            << "A=Firma (OF)|" << true << QStringList{"[Firma/0]", "alt B", "alt C"}
-            << QStringList();
-        QTest::newRow("token without '=' writes nothing")
-            << "A|B=Firma (OF)" << true << QStringList{"alt A", "[Firma/0]", "alt C"}
-            << QStringList();
-        QTest::newRow("token with '=' first writes nothing")
-            << "=Firma (OF)|B=Von-FAX (SF)" << true
-            << QStringList{"alt A", "<Ihre FAX-Nummer>", "alt C"} << QStringList();
-        QTest::newRow("without a contact only special and built-in fields fill")
-            << "A=Firma (OF)|B=Von-Name (SF)|C=Datum tt.mm.jjjj (EF)" << false
-            << QStringList{"alt A", "<Ihr Name>", "05.03.2001"} << QStringList();
-        QTest::newRow("a bookmark missing in the template is logged by SetText")
-            << "Fehlt=Firma (OF)|B=Firma (OF)" << true << QStringList{"alt A", "[Firma/0]", "alt C"}
-            << QStringList{"Fehler beim Schreiben von '[Firma/0]' an Textmarke 'Fehlt'"};
-        QTest::newRow("bookmark names ignore case")
-            << "c=Von-Firma (SF)" << true << QStringList{"alt A", "alt B", "<Ihre Firma>"}
-            << QStringList();
-        QTest::newRow("no pairs at all")
-            << "" << true << QStringList{"alt A", "alt B", "alt C"} << QStringList();
+        auto row = [](const char* tag, const char* pairs, const char* texts, const char* error = "",
+                      bool withContact = true) {
+            QTest::newRow(tag) << pairs << withContact << QString::fromUtf8(texts).split(u'|')
+                               << (*error ? QStringList{error} : QStringList());
+        };
+        row("every bookmark gets its field", "A=Firma (OF)|B=Von-Name (SF)|C=Datum tt.mm.jj (EF)",
+            "[Firma/0]|<Ihr Name>|05.03.01");
+        row("unassigned bookmark keeps the template's text", "A=-|B=Firma (OF)|C=-",
+            "alt A|[Firma/0]|alt C");
+        row("'||' ends the walk", "A=Firma (OF)||B=Von-Name (SF)", "[Firma/0]|alt B|alt C");
+        row("a trailing '|' is harmless", "A=Firma (OF)|", "[Firma/0]|alt B|alt C");
+        row("token without '=' writes nothing", "A|B=Firma (OF)", "alt A|[Firma/0]|alt C");
+        row("token with '=' first writes nothing", "=Firma (OF)|B=Von-FAX (SF)",
+            "alt A|<Ihre FAX-Nummer>|alt C");
+        row("without a contact only special and built-in fields fill",
+            "A=Firma (OF)|B=Von-Name (SF)|C=Datum tt.mm.jjjj (EF)", "alt A|<Ihr Name>|05.03.2001",
+            "", false);
+        row("a bookmark missing in the template is logged by SetText",
+            "Fehlt=Firma (OF)|B=Firma (OF)", "alt A|[Firma/0]|alt C",
+            "Fehler beim Schreiben von '[Firma/0]' an Textmarke 'Fehlt'");
+        row("bookmark names ignore case", "c=Von-Firma (SF)", "alt A|alt B|<Ihre Firma>");
+        row("no pairs at all", "", "alt A|alt B|alt C");
     }
     void fill()
     {

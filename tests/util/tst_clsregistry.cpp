@@ -330,23 +330,18 @@ private Q_SLOTS:
         QTest::addColumn<QVariant>("fallback");
         QTest::addColumn<QString>("expected");
         QTest::addColumn<QString>("error");
+        auto row = [](const char* tag, const QString& key, const char* name,
+                      const QVariant& fallback, const char* expected, const QString& error) {
+            QTest::newRow(tag) << key << name << fallback << expected << error;
+        };
         const QString read = kFail + " beim Lesen: Datei nicht gefunden" + kAt;
-        QTest::newRow("missing value, default 1")
-            << kAppKey << "Fehlt" << QVariant(1) << "1" << read;
-        QTest::newRow("missing value, no default")
-            << kAppKey << "Fehlt" << QVariant() << "" << read;
-        QTest::newRow("missing value, default True")
-            << kAppKey << "Fehlt" << QVariant(true) << "True" << read;
-        QTest::newRow("missing key, default text")
-            << "Software\\KVAR\\Fehlt"
-            << "Wert" << QVariant(QStringLiteral("Vorgabe")) << "Vorgabe"
-            << kFail +
-                   " beim Öffnen: Datei nicht gefunden, HKEY_CURRENT_USER\\Software\\KVAR\\Fehlt";
-        QTest::newRow("stored value wins") << kAppKey << "Wert" << QVariant(1) << "x"
-                                           << "";
-        QTest::newRow("value names without regard to case")
-            << kAppKey << "WERT" << QVariant() << "x"
-            << "";
+        row("missing value, default 1", kAppKey, "Fehlt", 1, "1", read);
+        row("missing value, no default", kAppKey, "Fehlt", {}, "", read);
+        row("missing value, default True", kAppKey, "Fehlt", true, "True", read);
+        row("missing key, default text", "Software\\KVAR\\Fehlt", "Wert", "Vorgabe", "Vorgabe",
+            kFail + " beim Öffnen: Datei nicht gefunden, HKEY_CURRENT_USER\\Software\\KVAR\\Fehlt");
+        row("stored value wins", kAppKey, "Wert", 1, "x", "");
+        row("value names without regard to case", kAppKey, "WERT", {}, "x", "");
     }
     void getOptString()
     {
@@ -367,30 +362,28 @@ private Q_SLOTS:
         QTest::addColumn<QByteArray>("stored"); // the value's line, empty: no value
         QTest::addColumn<QVariant>("fallback");
         QTest::addColumn<bool>("expected");
-        QTest::newRow("True as SetBool writes it") << QByteArray("\"True\"") << QVariant() << true;
-        QTest::newRow("False as SetBool writes it")
-            << QByteArray("\"False\"") << QVariant(true) << false;
-        QTest::newRow("true in lower case") << QByteArray("\"true\"") << QVariant() << true;
-        QTest::newRow("FALSE in upper case") << QByteArray("\"FALSE\"") << QVariant(true) << false;
-        QTest::newRow("Wahr") << QByteArray("\"Wahr\"") << QVariant() << true;
-        QTest::newRow("falsch") << QByteArray("\"falsch\"") << QVariant(true) << false;
-        QTest::newRow("-1 as the old programs stored it")
-            << QByteArray("\"-1\"") << QVariant() << true;
-        QTest::newRow("0") << QByteArray("\"0\"") << QVariant(true) << false;
-        QTest::newRow("2") << QByteArray("\"2\"") << QVariant() << true;
-        QTest::newRow("0,0 German decimal") << QByteArray("\"0,0\"") << QVariant(true) << false;
-        QTest::newRow("a DWORD 1") << QByteArray("dword:00000001") << QVariant() << true;
-        QTest::newRow("abc is no boolean") << QByteArray("\"abc\"") << QVariant(true) << false;
-        QTest::newRow("#NULL# is no boolean")
-            << QByteArray("\"#NULL#\"") << QVariant(true) << false;
-        QTest::newRow("missing, no default") << QByteArray() << QVariant() << false;
-        QTest::newRow("missing, default true") << QByteArray() << QVariant(true) << true;
-        QTest::newRow("missing, default text True")
-            << QByteArray() << QVariant(QStringLiteral("True")) << true;
-        QTest::newRow("missing, default 0") << QByteArray() << QVariant(0) << false;
-        QTest::newRow("missing, default 1") << QByteArray() << QVariant(1) << true;
-        QTest::newRow("missing, default abc")
-            << QByteArray() << QVariant(QStringLiteral("abc")) << false;
+        auto row = [](const char* tag, const char* stored, const QVariant& fallback,
+                      bool expected) {
+            QTest::newRow(tag) << QByteArray(stored) << fallback << expected;
+        };
+        // "True" and "False" as SetBool writes them: see setBoolReadsBack.
+        row("true in lower case", "\"true\"", {}, true);
+        row("FALSE in upper case", "\"FALSE\"", true, false);
+        row("Wahr", "\"Wahr\"", {}, true);
+        row("falsch", "\"falsch\"", true, false);
+        row("-1 as the old programs stored it", "\"-1\"", {}, true);
+        row("0", "\"0\"", true, false);
+        row("2", "\"2\"", {}, true);
+        row("0,0 German decimal", "\"0,0\"", true, false);
+        row("a DWORD 1", "dword:00000001", {}, true);
+        row("abc is no boolean", "\"abc\"", true, false);
+        row("#NULL# is no boolean", "\"#NULL#\"", true, false);
+        row("missing, no default", "", {}, false);
+        row("missing, default true", "", true, true);
+        row("missing, default text True", "", "True", true);
+        row("missing, default 0", "", 0, false);
+        row("missing, default 1", "", 1, true);
+        row("missing, default abc", "", "abc", false);
     }
     void getOptBool()
     {
@@ -431,7 +424,6 @@ private Q_SLOTS:
         QTest::addColumn<QString>("expected");
         QTest::newRow("10") << QByteArray("dword:0000000a") << "10";
         QTest::newRow("all bits set is -1") << QByteArray("dword:ffffffff") << "-1";
-        QTest::newRow("0") << QByteArray("dword:00000000") << "0";
     }
     void dwordReadsAsSignedDecimal()
     {
@@ -453,8 +445,13 @@ private Q_SLOTS:
                               "[HKEY_CURRENT_USER\\Software\\KVAR\\Zettelwerk\\Gamma\\Tief]\n");
         ClsRegistry reg(fileBackend());
         reg.setKey(kAppKey);
+        const QString notOpened = kFail + " beim EnumKeys: not opened: <kein Fehler>" + kAt;
+        // Going on without a start is an error that leaves the name alone.
+        QString name = QStringLiteral("vorher");
+        QVERIFY(!reg.EnumKeys(false, name));
+        QCOMPARE(name, QStringLiteral("vorher"));
+        QCOMPARE(reg.ErrorDescription(), notOpened);
         QStringList names;
-        QString name;
         QVERIFY(reg.EnumKeys(true, name));
         while (!name.isEmpty()) {
             names << name;
@@ -464,33 +461,15 @@ private Q_SLOTS:
         QCOMPARE(reg.ErrorDescription(), QString());
         // The enumeration is over: going on is an error, not a crash.
         QVERIFY(!reg.EnumKeys(false, name));
-        QCOMPARE(reg.ErrorDescription(), kFail + " beim EnumKeys: not opened: <kein Fehler>" + kAt);
+        QCOMPARE(reg.ErrorDescription(), notOpened);
         // A new start lists again from the first one.
         QVERIFY(reg.EnumKeys(true, name));
         QCOMPARE(name, QStringLiteral("alpha"));
-    }
-
-    void enumKeysEdgeCases_data()
-    {
-        QTest::addColumn<bool>("start");
-        QTest::addColumn<bool>("ok");
-        QTest::addColumn<QString>("error");
-        QTest::newRow("key without sub-keys: true and empty at once") << true << true << QString();
-        QTest::newRow("continuing without a start")
-            << false << false << kFail + " beim EnumKeys: not opened: <kein Fehler>" + kAt;
-    }
-    void enumKeysEdgeCases()
-    {
-        QFETCH(bool, start);
-        QFETCH(bool, ok);
-        QFETCH(QString, error);
-        writeFile(userFile(), "REGEDIT4\n[HKEY_CURRENT_USER\\Software\\KVAR\\Zettelwerk]\n");
-        ClsRegistry reg(fileBackend());
-        reg.setKey(kAppKey);
-        QString name = QStringLiteral("vorher");
-        QCOMPARE(reg.EnumKeys(start, name), ok);
-        QCOMPARE(name, ok ? QString() : QStringLiteral("vorher"));
-        QCOMPARE(reg.ErrorDescription(), error);
+        // A key without sub-keys: true and empty at once.
+        reg.setKey(kAppKey + QStringLiteral("\\Beta"));
+        QVERIFY(reg.EnumKeys(true, name));
+        QCOMPARE(name, QString());
+        QCOMPARE(reg.ErrorDescription(), QString());
     }
 
     void createSubKeyNewAndExisting()
@@ -576,44 +555,37 @@ private Q_SLOTS:
                                       "\"Description\"=\"Kvarsystem\"\n"
                                       "[HKEY_CURRENT_USER\\Software\\KVAR\\Zettelwerk]\n"
                                       "\"CurrentVersion\"=\"0.9.1\"\n";
-        QTest::newRow("first start, default message")
-            << QByteArray() << "HKEY_CURRENT_USER"
-            << "Zettelwerk" << true << "" << true << true << QStringList{defaultMessage}
-            << QList<int>{Mb::Information} << "Kvarsystem";
-        QTest::newRow("first start, own message")
-            << QByteArray() << "HKEY_CURRENT_USER"
-            << "Zettelwerk" << true << "Willkommen!" << true << true << QStringList{"Willkommen!"}
-            << QList<int>{Mb::Information} << "Kvarsystem";
-        QTest::newRow("first start without message")
-            << QByteArray() << "HKEY_CURRENT_USER"
-            << "Zettelwerk" << false << "Willkommen!" << true << true << QStringList{}
-            << QList<int>{} << "Kvarsystem";
-        QTest::newRow("second start shows nothing")
-            << registered << "HKEY_CURRENT_USER"
-            << "Zettelwerk" << true << "" << true << false << QStringList{} << QList<int>{}
-            << "Kvarsystem";
-        QTest::newRow("company described by another program keeps its text")
-            << QByteArray(
-                   "REGEDIT4\n[HKEY_CURRENT_USER\\Software\\KVAR]\n\"Description\"=\"Andere\"\n")
-            << "HKEY_CURRENT_USER"
-            << "Zettelwerk" << true << "Hallo" << true << true << QStringList{"Hallo"}
-            << QList<int>{Mb::Information} << "Andere";
-        QTest::newRow("empty version counts as first start")
-            << QByteArray("REGEDIT4\n[HKEY_CURRENT_USER\\Software\\KVAR\\Zettelwerk]\n"
-                          "\"CurrentVersion\"=\"#NULL#\"\n")
-            << "HKEY_CURRENT_USER"
-            << "Zettelwerk" << true << "Hallo" << true << true << QStringList{"Hallo"}
-            << QList<int>{Mb::Information} << "Kvarsystem";
-        QTest::newRow("no AppPath") << QByteArray() << "HKEY_CURRENT_USER"
-                                    << "" << true << "" << false << true
-                                    << QStringList{"RegisterApp Fehler: AppPath nicht gesetzt"}
-                                    << QList<int>{Mb::OkOnly} << "";
-        QTest::newRow("read-only root: the failing step's text")
-            << QByteArray() << "HKEY_LOCAL_MACHINE"
-            << "Zettelwerk" << true << "" << false << true
-            << QStringList{"RegisterApp Fehler: " + kFail +
-                           " beim Anlegen: Zugriff verweigert, HKEY_LOCAL_MACHINE\\Software"}
-            << QList<int>{Mb::OkOnly} << "";
+        auto row = [](const char* tag, const QByteArray& before, const char* root,
+                      const char* appPath, bool show, const char* message, bool result, bool first,
+                      const QString& box, int style, const char* description) {
+            QTest::newRow(tag) << before << root << appPath << show << message << result << first
+                               << (box.isEmpty() ? QStringList() : QStringList{box})
+                               << (box.isEmpty() ? QList<int>() : QList<int>{style}) << description;
+        };
+        const char* cu = "HKEY_CURRENT_USER";
+        const int info = Mb::Information;
+        row("first start, default message", {}, cu, "Zettelwerk", true, "", true, true,
+            defaultMessage, info, "Kvarsystem");
+        row("first start, own message", {}, cu, "Zettelwerk", true, "Willkommen!", true, true,
+            "Willkommen!", info, "Kvarsystem");
+        row("first start without message", {}, cu, "Zettelwerk", false, "Willkommen!", true, true,
+            "", 0, "Kvarsystem");
+        row("second start shows nothing", registered, cu, "Zettelwerk", true, "", true, false, "",
+            0, "Kvarsystem");
+        row("company described by another program keeps its text",
+            "REGEDIT4\n[HKEY_CURRENT_USER\\Software\\KVAR]\n\"Description\"=\"Andere\"\n", cu,
+            "Zettelwerk", true, "Hallo", true, true, "Hallo", info, "Andere");
+        row("empty version counts as first start",
+            "REGEDIT4\n[HKEY_CURRENT_USER\\Software\\KVAR\\Zettelwerk]\n"
+            "\"CurrentVersion\"=\"#NULL#\"\n",
+            cu, "Zettelwerk", true, "Hallo", true, true, "Hallo", info, "Kvarsystem");
+        row("no AppPath", {}, cu, "", true, "", false, true,
+            "RegisterApp Fehler: AppPath nicht gesetzt", Mb::OkOnly, "");
+        row("read-only root: the failing step's text", {}, "HKEY_LOCAL_MACHINE", "Zettelwerk", true,
+            "", false, true,
+            "RegisterApp Fehler: " + kFail +
+                " beim Anlegen: Zugriff verweigert, HKEY_LOCAL_MACHINE\\Software",
+            Mb::OkOnly, "");
     }
     void registerApp()
     {

@@ -69,13 +69,12 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("path");
         QTest::addColumn<QString>("text");
+        const QString missing = QStringLiteral("Die Hilfedatei '%1' ist nicht verfügbar!");
         QTest::newRow("no help file") << ""
                                       << "Keine Hilfe-Datei definiert!";
         QTest::newRow("missing file")
-            << "/gibt/es/nicht/Zettelwerk.html"
-            << "Die Hilfedatei '/gibt/es/nicht/Zettelwerk.html' ist nicht verfügbar!";
-        QTest::newRow("a folder is no help file") << "/tmp"
-                                                  << "Die Hilfedatei '/tmp' ist nicht verfügbar!";
+            << "/gibt/es/nicht/Zettelwerk.html" << missing.arg("/gibt/es/nicht/Zettelwerk.html");
+        QTest::newRow("a folder is no help file") << "/tmp" << missing.arg("/tmp");
     }
     void refusals()
     {
@@ -97,17 +96,15 @@ private Q_SLOTS:
         QTest::addColumn<QString>("shownName");
         QTest::addColumn<int>("command");
         QTest::addColumn<QString>("fragment");
-        QTest::newRow(".html with context number jumps to its anchor")
-            << "Hilfe.html"
-            << "Hilfe.html" << 2 << "1003";
-        QTest::newRow(".HTM in capitals") << "HILFE.HTM"
-                                          << "HILFE.HTM" << 2 << "1002";
-        QTest::newRow("any other command shows the contents") << "Hilfe.html"
-                                                              << "Hilfe.html" << 0 << "";
-        QTest::newRow(".chm shows its HTML page") << "Handbuch.chm"
-                                                  << "Handbuch.html" << 2 << "1003";
-        QTest::newRow("HANDBUCH.CHM in capitals too") << "HANDBUCH.CHM"
-                                                      << "HANDBUCH.html" << 2 << "1001";
+        auto row = [](const char* tag, const char* file, const char* shown, int command,
+                      const char* fragment) {
+            QTest::newRow(tag) << file << shown << command << fragment;
+        };
+        row(".html with context number jumps to its anchor", "Hilfe.html", "Hilfe.html", 2, "1003");
+        row(".HTM in capitals", "HILFE.HTM", "HILFE.HTM", 2, "1002");
+        row("any other command shows the contents", "Hilfe.html", "Hilfe.html", 0, "");
+        row(".chm shows its HTML page", "Handbuch.chm", "Handbuch.html", 2, "1003");
+        row("HANDBUCH.CHM in capitals too", "HANDBUCH.CHM", "HANDBUCH.html", 2, "1001");
     }
     void htmlOpensInTheHelpWindow()
     {

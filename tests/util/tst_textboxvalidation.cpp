@@ -126,55 +126,50 @@ void TstTextBoxValidation::invalidValues_data()
     QTest::addColumn<QVariant>("maximum");
     QTest::addColumn<QString>("reason");
 
-    QTest::newRow("2 3,5") << 2 << "3,5" << kNone << kNone << "Keine ganze Zahl";
-    QTest::newRow("2 3.0") << 2 << "3.0" << kNone << kNone << "Keine ganze Zahl";
-    QTest::newRow("2 thousands separator") << 2 << "1.000" << kNone << kNone << "Keine ganze Zahl";
-    QTest::newRow("2 16-bit overflow 32768")
-        << 2 << "32768" << kNone << kNone << "Keine ganze Zahl";
-    QTest::newRow("2 16-bit underflow -32769")
-        << 2 << "-32769" << kNone << kNone << "Keine ganze Zahl";
-    QTest::newRow("2 letters") << 2 << "zwölf" << kNone << kNone << "Keine ganze Zahl";
-    QTest::newRow("2 blanks only") << 2 << "  " << kNone << kNone << "Keine ganze Zahl";
-    QTest::newRow("3 32-bit overflow") << 3 << "2147483648" << kNone << kNone << "Keine Long Zahl";
-    QTest::newRow("3 1,0") << 3 << "1,0" << kNone << kNone << "Keine Long Zahl";
-    QTest::newRow("5 3.5 is no German number")
-        << 5 << "3.5" << kNone << kNone << "Keine Gleitkomma Zahl";
-    QTest::newRow("5 letters") << 5 << "drei" << kNone << kNone << "Keine Gleitkomma Zahl";
-    QTest::newRow("7 31 February") << 7 << "31.02.2024" << kNone << kNone << "Kein Datum";
-    QTest::newRow("7 29 February of a common year")
-        << 7 << "29.2.23" << kNone << kNone << "Kein Datum";
-    QTest::newRow("7 a number") << 7 << "3,5" << kNone << kNone << "Kein Datum";
-    QTest::newRow("7 month 13") << 7 << "1.13.2024" << kNone << kNone << "Kein Datum";
-    QTest::newRow("1001 24:00") << 1001 << "24:00" << kNone << kNone
-                                << "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
-    QTest::newRow("1001 12:60") << 1001 << "12:60" << kNone << kNone
-                                << "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
-    QTest::newRow("1001 1200 without colon")
-        << 1001 << "1200" << kNone << kNone << "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
-    QTest::newRow("1001 seconds") << 1001 << "7:05:30" << kNone << kNone
-                                  << "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
-    QTest::newRow("1001 no hour") << 1001 << ":30" << kNone << kNone
-                                  << "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
-    QTest::newRow("1001 negative minute")
-        << 1001 << "7:-5" << kNone << kNone << "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
-    QTest::newRow("unknown type") << 99 << "x" << kNone << kNone
-                                  << "VuTextBoxIsValid: invalid type";
-    QTest::newRow("type 0 is unknown too")
-        << 0 << "1" << kNone << kNone << "VuTextBoxIsValid: invalid type";
-    QTest::newRow("empty not allowed") << 8 << "" << kNone << kNone << "Kein Wert eingegeben";
-    QTest::newRow("below the minimum")
-        << 2 << "0" << QVariant(1) << QVariant(10) << "Kleiner als zulässiger Minimalwert: 1";
-    QTest::newRow("above the maximum")
-        << 2 << "11" << QVariant(1) << QVariant(10) << "Größer als zulässiger Maximalwert: 10";
-    QTest::newRow("5 below a fractional minimum")
-        << 5 << "1,4" << QVariant(1.5) << kNone << "Kleiner als zulässiger Minimalwert: 1,5";
-    QTest::newRow("5 above a maximum given as text")
-        << 5 << "2,8" << kNone << QVariant("2,75") << "Größer als zulässiger Maximalwert: 2,75";
-    QTest::newRow("5 large bound without separators")
-        << 5 << "1.000.001" << kNone << QVariant(1000000.0)
-        << "Größer als zulässiger Maximalwert: 1000000";
-    QTest::newRow("3 minimum beyond 16 bits") << 3 << "-40000" << QVariant(-32768) << kNone
-                                              << "Kleiner als zulässiger Minimalwert: -32768";
+    const char* integer = "Keine ganze Zahl";
+    const char* time = "Keine Zeit-Angabe! Gültiges Format: 'HH:MM'";
+    const char* invalidType = "VuTextBoxIsValid: invalid type";
+    auto row = [](const char* tag, int type, const char* text, const char* reason,
+                  const QVariant& minimum = {}, const QVariant& maximum = {}) {
+        QTest::newRow(tag) << type << QString::fromUtf8(text) << minimum << maximum
+                           << QString::fromUtf8(reason);
+    };
+    row("2 3,5", 2, "3,5", integer);
+    row("2 3.0", 2, "3.0", integer);
+    row("2 thousands separator", 2, "1.000", integer);
+    row("2 16-bit overflow 32768", 2, "32768", integer);
+    row("2 16-bit underflow -32769", 2, "-32769", integer);
+    row("2 letters", 2, "zwölf", integer);
+    row("2 blanks only", 2, "  ", integer);
+    row("3 32-bit overflow", 3, "2147483648", "Keine Long Zahl");
+    row("3 1,0", 3, "1,0", "Keine Long Zahl");
+    row("5 3.5 is no German number", 5, "3.5", "Keine Gleitkomma Zahl");
+    row("5 letters", 5, "drei", "Keine Gleitkomma Zahl");
+    row("7 31 February", 7, "31.02.2024", "Kein Datum");
+    row("7 29 February of a common year", 7, "29.2.23", "Kein Datum");
+    row("7 a number", 7, "3,5", "Kein Datum");
+    row("7 month 13", 7, "1.13.2024", "Kein Datum");
+    row("1001 24:00", 1001, "24:00", time);
+    row("1001 12:60", 1001, "12:60", time);
+    row("1001 1200 without colon", 1001, "1200", time);
+    row("1001 seconds", 1001, "7:05:30", time);
+    row("1001 no hour", 1001, ":30", time);
+    row("1001 negative minute", 1001, "7:-5", time);
+    row("unknown type", 99, "x", invalidType);
+    row("type 0 is unknown too", 0, "1", invalidType);
+    row("empty not allowed", 8, "", "Kein Wert eingegeben");
+    row("below the minimum", 2, "0", "Kleiner als zulässiger Minimalwert: 1", QVariant(1),
+        QVariant(10));
+    row("above the maximum", 2, "11", "Größer als zulässiger Maximalwert: 10", QVariant(1),
+        QVariant(10));
+    row("5 below a fractional minimum", 5, "1,4", "Kleiner als zulässiger Minimalwert: 1,5",
+        QVariant(1.5));
+    row("5 above a maximum given as text", 5, "2,8", "Größer als zulässiger Maximalwert: 2,75", {},
+        QVariant("2,75"));
+    row("5 large bound without separators", 5, "1.000.001",
+        "Größer als zulässiger Maximalwert: 1000000", {}, QVariant(1000000.0));
+    row("3 minimum beyond 16 bits", 3, "-40000", "Kleiner als zulässiger Minimalwert: -32768",
+        QVariant(-32768));
 }
 
 void TstTextBoxValidation::invalidValues()

@@ -12,6 +12,7 @@
 #include <QStyle>
 #include <QTreeWidget>
 #include <QVBoxLayout>
+#include <utility>
 
 namespace
 {
@@ -98,10 +99,16 @@ FrmOutlookFolderSelection::FrmOutlookFolderSelection(std::shared_ptr<OlNameSpace
     layout->addLayout(right);
     resize(480, 420);
 
-    connect(tvTreeView, &QTreeWidget::currentItemChanged, this,
-            [this](QTreeWidgetItem* node) { tvTreeView_NodeClick(node); });
-    connect(tvTreeView, &QTreeWidget::itemClicked, this,
-            [this](QTreeWidgetItem* node) { tvTreeView_NodeClick(node); });
+    // A click on another node changes the current node first and then reports the click:
+    // the node is handled once. A click on the current node is handled again.
+    connect(tvTreeView, &QTreeWidget::currentItemChanged, this, [this](QTreeWidgetItem* node) {
+        m_justSelected = node;
+        tvTreeView_NodeClick(node);
+    });
+    connect(tvTreeView, &QTreeWidget::itemClicked, this, [this](QTreeWidgetItem* node) {
+        if (std::exchange(m_justSelected, nullptr) != node)
+            tvTreeView_NodeClick(node);
+    });
     connect(cmdOK, &QPushButton::clicked, this, &FrmOutlookFolderSelection::cmdOK_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
 

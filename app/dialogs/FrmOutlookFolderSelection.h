@@ -60,6 +60,8 @@ private:
     QString m_validMessageClass;
     QString m_fullPath;
     bool m_okPressed = false;
+    // The node that just became current, whose following click is no second selection.
+    QTreeWidgetItem* m_justSelected = nullptr;
 
     QTreeWidget* tvTreeView = nullptr;
     QLabel* lblPath = nullptr;

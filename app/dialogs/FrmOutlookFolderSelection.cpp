@@ -109,6 +109,11 @@ FrmOutlookFolderSelection::FrmOutlookFolderSelection(std::shared_ptr<OlNameSpace
         if (std::exchange(m_justSelected, nullptr) != node)
             tvTreeView_NodeClick(node);
     });
+    // Opening a branch by its arrow reads it as selecting it would.
+    connect(tvTreeView, &QTreeWidget::itemExpanded, this, [this](QTreeWidgetItem* node) {
+        if (node->childCount() == 0)
+            vuTrap(QStringLiteral("tvTreeView_Expand"), [&] { addSubFolders(node); });
+    });
     connect(cmdOK, &QPushButton::clicked, this, &FrmOutlookFolderSelection::cmdOK_Click);
     connect(cmdCancel, &QPushButton::clicked, this, &QDialog::reject);
 
@@ -184,7 +189,11 @@ void FrmOutlookFolderSelection::addSubFolders(QTreeWidgetItem* node)
         child->setData(0, KeyRole, key);
         child->setData(0, MessageClassRole, folder->DefaultMessageClass());
         child->setIcon(0, icon);
+        // Not read yet: it may have sub-folders, so it offers to open.
+        child->setChildIndicatorPolicy(QTreeWidgetItem::ShowIndicator);
     }
+    node->setChildIndicatorPolicy(QTreeWidgetItem::DontShowIndicatorWhenChildless);
+    const QSignalBlocker block(tvTreeView); // already read: no second read on expanding
     node->setExpanded(true);
 }
 

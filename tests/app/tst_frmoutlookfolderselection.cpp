@@ -162,6 +162,25 @@ private Q_SLOTS:
                  QStringList{"VG-Kontakte"});
     }
 
+    void openingByArrowLoadsTheBranch()
+    {
+        open();
+        QTreeWidgetItem* store = node("Root\\" + kPersonal);
+        QCOMPARE(store->childIndicatorPolicy(), QTreeWidgetItem::ShowIndicator);
+        store->setExpanded(true);
+        QCOMPARE(childTexts(store),
+                 (QStringList{"Formular", "Kalender", "Kontakte", "Notizen", "Post"}));
+        // Opening reads, but chooses nothing.
+        QVERIFY(!okButton()->isEnabled());
+        // A folder without sub-folders shows no arrow once it has been read.
+        select("Root\\" + kPersonal + "\\Post");
+        QCOMPARE(node("Root\\" + kPersonal + "\\Post")->childIndicatorPolicy(),
+                 QTreeWidgetItem::DontShowIndicatorWhenChildless);
+        store->setExpanded(false);
+        store->setExpanded(true);
+        QCOMPARE(childTexts(store).size(), 5);
+    }
+
     void labels_data()
     {
         QTest::addColumn<QString>("path");

@@ -19,6 +19,7 @@
 #include <QGroupBox>
 #include <QHBoxLayout>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -214,11 +215,27 @@ QWidget* FrmOptions::buildSpecialFieldsTab()
             [this](QTreeWidgetItem* item) { lvwSpecialFields_ItemClick(item); });
     connect(lvwSpecialFields, &QTreeWidget::currentItemChanged, this,
             [this](QTreeWidgetItem* item) { lvwSpecialFields_ItemClick(item); });
+    txtFieldname->installEventFilter(this);
+    txtFieldvalue->installEventFilter(this);
     connect(txtFieldname, &QLineEdit::textChanged, this, &FrmOptions::txtFieldname_Change);
     connect(cmdNewField, &QPushButton::clicked, this, &FrmOptions::cmdNewField_Click);
     connect(cmdSetField, &QPushButton::clicked, this, &FrmOptions::cmdSetField_Click);
     connect(cmdDeleteField, &QPushButton::clicked, this, &FrmOptions::cmdDeleteField_Click);
     return page;
+}
+
+bool FrmOptions::eventFilter(QObject* watched, QEvent* event)
+{
+    if ((watched == txtFieldname || watched == txtFieldvalue) &&
+        event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent*>(event)->key();
+        if (key == Qt::Key_Return || key == Qt::Key_Enter) {
+            if (cmdSetField->isEnabled())
+                cmdSetField_Click();
+            return true;
+        }
+    }
+    return QDialog::eventFilter(watched, event);
 }
 
 void FrmOptions::Form_Load()

@@ -51,6 +51,10 @@ public:
     // can. An empty path means the user's documents folder, which is made when missing.
     static QString outputFolderProblem(const QString& folder);
 
+protected:
+    // Return in the name or value box sets the field instead of closing the dialog.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private Q_SLOTS:
     void optWordVersion_Click(int index);
     void lvwSpecialFields_ItemClick(QTreeWidgetItem* item);

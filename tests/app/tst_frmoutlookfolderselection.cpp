@@ -218,32 +218,6 @@ private Q_SLOTS:
         QCOMPARE(label("lblPath"), QString());
     }
 
-    void messageClassLabels_data()
-    {
-        QTest::addColumn<QString>("cls");
-        QTest::addColumn<QString>("shown");
-        QTest::newRow("journal") << "IPM.Activity"
-                                 << "Journal";
-        QTest::newRow("messages") << "IPM.Note"
-                                  << "Nachrichten";
-        QTest::newRow("contacts") << "IPM.Contact"
-                                  << "Kontakte";
-        QTest::newRow("tasks") << "IPM.Task"
-                               << "Aufgaben";
-        QTest::newRow("notes") << "IPM.StickyNote"
-                               << "Notizen";
-        QTest::newRow("calendar") << "IPM.Appointment"
-                                  << "Kalender";
-        QTest::newRow("case matters") << "ipm.contact"
-                                      << "ipm.contact";
-    }
-    void messageClassLabels()
-    {
-        QFETCH(QString, cls);
-        QFETCH(QString, shown);
-        QCOMPARE(FrmOutlookFolderSelection::messageClassLabel(cls), shown);
-    }
-
     void choice_data()
     {
         QTest::addColumn<QString>("path");

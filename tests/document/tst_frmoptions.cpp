@@ -296,6 +296,18 @@ private Q_SLOTS:
         QCOMPARE(m_special, stored);
     }
 
+    void returnSetsTheField()
+    {
+        open();
+        chooseTab(1);
+        QTest::keyClicks(ctl<QLineEdit>("txtFieldname"), QStringLiteral("Von-Ort"));
+        QTest::keyClicks(ctl<QLineEdit>("txtFieldvalue"), QStringLiteral("Erlangen"));
+        QTest::keyClick(ctl<QLineEdit>("txtFieldvalue"), Qt::Key_Return);
+        QVERIFY(m_dlg->isVisible());
+        QCOMPARE(fields()->topLevelItemCount(), 8);
+        QCOMPARE(fields()->topLevelItem(7)->text(1), QStringLiteral("Erlangen"));
+    }
+
     void refusedNames_data()
     {
         QTest::addColumn<QString>("name");

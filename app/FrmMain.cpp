@@ -488,8 +488,8 @@ void FrmMain::InitControls()
         lvwBookmarks->setHeaderLabels({QStringLiteral("Textmarke"),
                                        QStringLiteral("Outlook-Feldname"),
                                        QStringLiteral("Feldinhalt")});
-        lvwBookmarks->header()->resizeSection(0, 130);
-        lvwBookmarks->header()->resizeSection(1, 160);
+        lvwBookmarks->header()->resizeSection(0, 150);
+        lvwBookmarks->header()->resizeSection(1, 150);
         chkTitleAndNameOnSameLine->setChecked(m_g.settings.TitleAndNameOnSameLine);
         chkAddNToHerr->setChecked(m_g.settings.AddNToHerr);
         chkAddEmptyLineBeforeCity->setChecked(m_g.settings.AddEmptyLineBeforeCity);

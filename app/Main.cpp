@@ -12,7 +12,7 @@ MainResult::MainResult() = default;
 MainResult::MainResult(MainResult&&) noexcept = default;
 MainResult::~MainResult() = default;
 
-MainResult Main(AppGlobals& globals, int splashWaitMs)
+MainResult Main(AppGlobals& globals, int splashWaitMs, const QString& contactFile)
 {
     MainResult r;
     try {
@@ -36,6 +36,8 @@ MainResult Main(AppGlobals& globals, int splashWaitMs)
             QThread::msleep(splashWaitMs);
 
         r.mainWindow = std::make_unique<FrmMain>(globals);
+        if (!contactFile.isEmpty())
+            r.mainWindow->setActiveInspectorFile(contactFile);
         r.mainWindow->Form_Load();
         r.mainWindow->show();
         // The splash has done its work once the main window is up.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QString>
 #include <memory>
 
 struct AppGlobals;
@@ -18,5 +19,7 @@ struct MainResult {
 
 // Start-up: splash with "Laden...", settings (first start registers the program), the
 // pause that keeps the splash readable, then the main window. When the settings cannot
-// be loaded nothing is shown and `started` stays false.
-MainResult Main(AppGlobals& globals, int splashWaitMs = 1000);
+// be loaded nothing is shown and `started` stays false. `contactFile` is a vCard handed to
+// the program at start: it is the contact "open in Outlook" (see FrmMain).
+MainResult Main(AppGlobals& globals, int splashWaitMs = 1000,
+                const QString& contactFile = QString());

@@ -1,5 +1,6 @@
 #include "app/Settings.h"
 
+#include "document/ClsWord.h"
 #include "document/FieldAssignmentDefaults.h"
 #include "util/AppInfo.h"
 #include "util/ClsRegistry.h"
@@ -28,6 +29,17 @@ qint64 toNumber(const QString& text, qint64 min, qint64 max)
 
 AppGlobals::AppGlobals() = default;
 AppGlobals::~AppGlobals() = default;
+
+ClsWord& SharedWord(AppGlobals& g)
+{
+    if (!g.word) {
+        g.word = std::make_unique<ClsWord>();
+        g.word->setOpener(g.documentOpener);
+    }
+    // The folder may have been changed in the options since the last transfer.
+    g.word->setOutputFolder(g.settings.OutputFolder);
+    return *g.word;
+}
 
 QString firstStartMessage(const QString& loginName)
 {

@@ -1,11 +1,13 @@
 #pragma once
 
+#include "document/DocumentEngine.h"
 #include "document/FieldAssignmentList.h"
 
 #include <QString>
 #include <memory>
 
 class ClsRegistry;
+class ClsWord;
 
 // The user's settings as they live in memory between start and end of a run. The
 // member names are the registry value names.
@@ -37,7 +39,16 @@ struct AppGlobals {
     Settings settings;
     FieldAssignmentList fieldAssignmentList;
     QString specialFieldsString;
+    // The one word processor object of the run, made by SharedWord() on first use.
+    std::unique_ptr<ClsWord> word;
+    // How finished documents are shown: the program opens them with the desktop's word
+    // processor; tests record. Handed to the word processor object when it is made.
+    DocumentEngine::Opener documentOpener;
 };
+
+// The shared word processor object, made on first use with the output folder of the
+// settings and the document opener.
+ClsWord& SharedWord(AppGlobals& globals);
 
 // Loads every setting and the field assignments (defaults on a first start). Registers
 // the program on its first start, which shows the first-start message. False ends the

@@ -1,22 +1,59 @@
 #include "app/Main.h"
+#include "app/FrmMain.h"
 #include "app/Settings.h"
+#include "app/SingleInstance.h"
 #include "util/AppInfo.h"
+#include "util/UserInterface.h"
 #include "util/widgets/QtUserInterface.h"
 
 #include <QApplication>
+#include <QDesktopServices>
+#include <QDir>
+#include <QFileInfo>
+#include <QUrl>
 
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
     QApplication::setApplicationName(AppInfo::title());
     QApplication::setApplicationVersion(AppInfo::versionText());
+
+    // A vCard named on the command line is the contact "open in Outlook".
+    const QStringList args = QApplication::arguments().mid(1);
+    const QString contactFile =
+        args.isEmpty() ? QString() : QFileInfo(args.first()).absoluteFilePath();
+
+    // A second start hands its file to the running program and ends.
+    SingleInstance instance;
+    if (instance.handOverToRunning(contactFile))
+        return 0;
+    instance.listen();
+
     QtUserInterface qtUi;
     setUserInterface(&qtUi);
 
     AppGlobals globals;
-    MainResult started = Main(globals);
+    globals.documentOpener = [](const QString& path) {
+        if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path))) {
+            msgBox(QStringLiteral("Das Dokument wurde gespeichert unter:\r\n") +
+                       QDir::toNativeSeparators(path) +
+                       QStringLiteral("\r\n\r\nEs konnte nicht geöffnet werden, weil kein "
+                                      "Programm für Word-Dokumente (*.docx) eingerichtet ist."),
+                   Mb::OkOnly + Mb::Information);
+        }
+    };
+    MainResult started = Main(globals, 1000, contactFile);
     if (!started.started)
         return 1;
+    FrmMain* window = started.mainWindow.get();
+    QObject::connect(&instance, &SingleInstance::fileHandedOver, window,
+                     [window](const QString& path) {
+                         window->showNormal();
+                         window->raise();
+                         window->activateWindow();
+                         if (!path.isEmpty())
+                             window->handOverContactFile(path);
+                     });
     const int rc = app.exec();
     setUserInterface(nullptr);
     return rc;

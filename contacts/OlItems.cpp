@@ -9,13 +9,13 @@ OlItems::OlItems(std::shared_ptr<VCardFolderIndex> index, QList<VCardFolderIndex
 {
 }
 
-long OlItems::Count() const
+long OlItems::Count(const Progress& progress) const
 {
     if (!m_index)
         return 0;
     if (m_hits)
         return long(m_hits->size());
-    return long(m_index->count());
+    return long(m_index->count(progress));
 }
 
 OlItem OlItems::Item(long index) const
@@ -31,10 +31,10 @@ OlItem OlItems::Item(long index) const
     return m_index->item(m_hits ? (*m_hits)[i] : m_index->hitAt(i));
 }
 
-OlItems OlItems::Restrict(const QString& filter) const
+OlItems OlItems::Restrict(const QString& filter, const Progress& progress) const
 {
     const OlFilter parsed = OlFilter::parse(filter);
     if (!m_index)
         return OlItems();
-    return OlItems(m_index, m_index->restrict(parsed, m_hits ? &*m_hits : nullptr));
+    return OlItems(m_index, m_index->restrict(parsed, m_hits ? &*m_hits : nullptr, progress));
 }

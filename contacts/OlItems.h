@@ -21,15 +21,18 @@ public:
     // All items of a folder.
     explicit OlItems(std::shared_ptr<VCardFolderIndex> index);
 
+    using Progress = VCardFolderIndex::Progress;
+
     // Number of items. For a whole folder the first call reads every file once (nothing
-    // is parsed).
-    long Count() const;
+    // is parsed); `progress` may break that off (ZwError 18, see VCardFolderIndex).
+    long Count(const Progress& progress = {}) const;
     // Item `index` (1-based), parsed now. Throws ZwError 9 for an index out of range, or
     // the index's error when the file vanished or changed.
     OlItem Item(long index) const;
     // The items that match the filter (OlFilter), in the same order. Throws ZwError 5 with a
-    // German text for a filter that cannot be parsed.
-    OlItems Restrict(const QString& filter) const;
+    // German text for a filter that cannot be parsed; `progress` may break the reading off
+    // (ZwError 18).
+    OlItems Restrict(const QString& filter, const Progress& progress = {}) const;
 
 private:
     OlItems(std::shared_ptr<VCardFolderIndex> index, QList<VCardFolderIndex::Hit> hits);

@@ -4,6 +4,7 @@
 #include "util/ErrorRoutine.h"
 #include "util/ZwError.h"
 
+#include <QElapsedTimer>
 #include <QFile>
 #include <algorithm>
 #include <cerrno>
@@ -187,20 +188,40 @@ bool VCardFolderIndex::readFile(int dirFd, quint32 file, QByteArray& buffer) con
     return true;
 }
 
-quint32 VCardFolderIndex::count()
+quint32 VCardFolderIndex::count(const Progress& progress)
 {
     if (m_counted)
         return m_count;
-    restrict(OlFilter()); // an empty filter matches nothing but counts everything
+    restrict(OlFilter(), nullptr,
+             progress); // an empty filter matches nothing but counts everything
     return m_count;
 }
 
 QList<VCardFolderIndex::Hit> VCardFolderIndex::restrict(const OlFilter& filter,
-                                                        const QList<Hit>* within)
+                                                        const QList<Hit>* within,
+                                                        const Progress& progress)
 {
     QList<Hit> hits;
     const bool testing = !filter.properties().isEmpty();
     const int fd = openDir();
+    // The owner is asked every 50 ms; the clock is read every 64 files only.
+    QElapsedTimer sinceAsked;
+    sinceAsked.start();
+    quint32 filesRead = 0;
+    auto askToGoOn = [&] {
+        if (!progress || (++filesRead & 63) != 0 || sinceAsked.elapsed() < 50)
+            return;
+        const bool stop = progress();
+        sinceAsked.restart();
+        if (stop) {
+            ::close(fd);
+            throw ZwError(18,
+                          QStringLiteral("Benutzerunterbrechung: das Lesen des Ordners '%1' "
+                                         "wurde abgebrochen.")
+                              .arg(m_location),
+                          QStringLiteral("Items"));
+        }
+    };
     QByteArray buffer;
     buffer.reserve(1 << 16);
     QList<VCardReader::Issue> issues;
@@ -251,6 +272,7 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrict(const OlFilter& filter,
         // Only the files of the hits, each read once; the hits keep their order.
         qsizetype w = 0;
         while (w < within->size()) {
+            askToGoOn();
             const quint32 f = (*within)[w].file;
             QList<VCardReader::Chunk> chunks;
             if (readFile(fd, f, buffer))
@@ -276,6 +298,7 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrict(const OlFilter& filter,
               [this](quint32 a, quint32 b) { return m_files[a].inode < m_files[b].inode; });
     QList<std::pair<quint32, QList<VCardReader::Issue>>> fileIssues;
     for (const quint32 f : order) {
+        askToGoOn();
         issues.clear();
         QList<VCardReader::Chunk> chunks;
         if (readFile(fd, f, buffer))

@@ -1,14 +1,17 @@
 #include "app/FrmMain.h"
 #include "app/Main.h"
 #include "app/Settings.h"
+#include "app/dialogs/FrmInfo.h"
 #include "app/dialogs/FrmIntro.h"
 #include "tests/support/ScriptedUserInterface.h"
 #include "tests/support/TestEnvironment.h"
 #include "util/ClsRegistry.h"
 
+#include <QAction>
 #include <QApplication>
 #include <QComboBox>
 #include <QLineEdit>
+#include <QListWidget>
 #include <QPushButton>
 #include <QSignalSpy>
 #include <QTabWidget>
@@ -176,6 +179,108 @@ private Q_SLOTS:
         QCOMPARE(combo->count(), 2);
         QCOMPARE(combo->itemText(0), QStringLiteral("Müller"));
         QCOMPARE(combo->currentText(), QString());
+    }
+
+    void resizeKeepsTheDesignSizes_data()
+    {
+        QTest::addColumn<bool>("allowResize");
+        QTest::addColumn<QSize>("requested");
+        QTest::addColumn<QSize>("result");
+        // 7785, 7500 and 8430 twips at 15 twips per pixel.
+        QTest::newRow("resizable: taller is kept, width snaps back")
+            << true << QSize(700, 650) << QSize(519, 650);
+        QTest::newRow("resizable: too low becomes the minimum")
+            << true << QSize(519, 400) << QSize(519, 500);
+        QTest::newRow("resizable: exactly the minimum stays")
+            << true << QSize(519, 500) << QSize(519, 500);
+        QTest::newRow("fixed: height snaps back, width is left")
+            << false << QSize(600, 700) << QSize(600, 562);
+    }
+    void resizeKeepsTheDesignSizes()
+    {
+        QFETCH(bool, allowResize);
+        QFETCH(QSize, requested);
+        QFETCH(QSize, result);
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        script.answer(Mb::Ok);
+        AppGlobals g;
+        MainResult r = Main(g, 0);
+        FrmMain* w = r.mainWindow.get();
+        QCOMPARE(w->size(), QSize(519, 562));
+        g.settings.AllowResize = allowResize;
+        w->resize(requested);
+        QCoreApplication::processEvents();
+        QCOMPARE(w->size(), result);
+        // The lists take the height; the address frame stays at the foot of step 1.
+        auto* tab = child<QTabWidget>(w, "tabMain");
+        auto* frame = w->findChild<QWidget*>(QStringLiteral("fraAddress"));
+        QVERIFY(frame->geometry().bottom() < tab->currentWidget()->height());
+        QVERIFY(frame->geometry().bottom() > tab->currentWidget()->height() - 20);
+    }
+
+    void finishButtonFollowsTheTemplateChoice()
+    {
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        script.answer(Mb::Ok);
+        AppGlobals g;
+        MainResult r = Main(g, 0);
+        FrmMain* w = r.mainWindow.get();
+        auto* finish = child<QPushButton>(w, "cmdFinish");
+        auto* list = w->findChild<QListWidget*>(QStringLiteral("lstDotFiles"));
+        QVERIFY(!finish->isEnabled());
+        list->setCurrentRow(0);
+        QVERIFY(finish->isEnabled());
+        // Step changes do not touch it.
+        child<QPushButton>(w, "cmdNextTab")->click();
+        child<QPushButton>(w, "cmdNextTab")->click();
+        QVERIFY(finish->isEnabled());
+        // A search resets step 1 and asks again: still a template chosen.
+        script.answer(Mb::Cancel);
+        child<QPushButton>(w, "cmdSearch")->click();
+        QVERIFY(finish->isEnabled());
+    }
+
+    void wordInfoNamesTheWordProcessor()
+    {
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        script.answer(Mb::Ok);
+        AppGlobals g;
+        MainResult r = Main(g, 0);
+        script.takeBoxes();
+        script.answer(Mb::Ok);
+        r.mainWindow->findChild<QAction*>(QStringLiteral("mnuHelpInfoWord"))->trigger();
+        QCOMPARE(script.boxes().size(), 1);
+        const QString text = script.boxes()[0].text;
+        QVERIFY2(text == QStringLiteral("Zettelwerk DOCX (OOXML) ist installiert") ||
+                     text == QStringLiteral("LibreOffice Writer (LO) ist installiert"),
+                 qPrintable(text));
+        QCOMPARE(script.boxes()[0].icon(), Mb::Information);
+        QCOMPARE(script.beeps(), 0);
+        QVERIFY(g.word);
+    }
+
+    void aboutBoxShowsHistoryAndStartCount()
+    {
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        script.answer(Mb::Ok);
+        AppGlobals g;
+        MainResult r = Main(g, 0);
+        r.mainWindow->findChild<QAction*>(QStringLiteral("mnuHelpInfo"))->trigger();
+        auto* info = r.mainWindow->findChild<FrmInfo*>();
+        QVERIFY(info);
+        QVERIFY(info->isVisible());
+        const QStringList lines = info->revisionHistory().split(QLatin1Char('\n'));
+        QCOMPARE(lines.size(), 3);
+        QVERIFY(lines[0].startsWith(QLatin1String("02.04.99  V1.0.0")));
+        QVERIFY(lines[1].startsWith(QLatin1String("24.04.99  V1.1.0")));
+        QVERIFY(lines[2].startsWith(QLatin1String("22.05.99  V1.2.0")));
+        QCOMPARE(info->freeText(), QStringLiteral("1. Start der Anwendung"));
+        QVERIFY(info->underConstructionBlinking());
+        info->accept();
     }
 };
 

@@ -5,6 +5,8 @@
 #include "app/dialogs/FrmInfo.h"
 #include "contacts/ClsOutlookVgContactFolder.h"
 #include "document/ClsWord.h"
+#include "document/widgets/FrmFieldAssignments.h"
+#include "document/widgets/FrmOptions.h"
 #include "util/AppInfo.h"
 #include "util/ClsRegistry.h"
 #include "util/ErrorRoutine.h"
@@ -685,14 +687,72 @@ void FrmMain::mnuExtraFieldAssignments_Click()
     });
 }
 
+namespace
+{
+
+FrmMain::DialogHook& dialogHook()
+{
+    static FrmMain::DialogHook hook;
+    return hook;
+}
+
+// The dialogs edit the options through their own record (they cannot see the settings).
+OptionsValues optionsOf(const Settings& s)
+{
+    OptionsValues v;
+    v.CheckForCurrentContactAtStartup = s.CheckForCurrentContactAtStartup;
+    v.ExitAfterFinished = s.ExitAfterFinished;
+    v.AllowResize = s.AllowResize;
+    v.OutputFolder = s.OutputFolder;
+    return v;
+}
+
+void applyOptions(const OptionsValues& v, Settings& s)
+{
+    s.CheckForCurrentContactAtStartup = v.CheckForCurrentContactAtStartup;
+    s.ExitAfterFinished = v.ExitAfterFinished;
+    s.AllowResize = v.AllowResize;
+    s.OutputFolder = v.OutputFolder;
+}
+
+} // namespace
+
+void FrmMain::setDialogHook(DialogHook hook)
+{
+    dialogHook() = std::move(hook);
+}
+
+int FrmMain::runDialog(QDialog& dialog)
+{
+    if (dialogHook()) {
+        dialogHook()(dialog);
+        return dialog.result();
+    }
+    return dialog.exec();
+}
+
 void FrmMain::showOptionsDialog()
 {
-    // The options dialog is wired here once it is part of the build.
+    OptionsValues values = optionsOf(m_g.settings);
+    FrmOptions dlg(values, m_g.fieldAssignmentList, m_g.specialFieldsString, SharedWord(m_g), this);
+    runDialog(dlg);
+    // The dialog writes the values only on OK, so taking them back is always right.
+    applyOptions(values, m_g.settings);
 }
 
 void FrmMain::showFieldAssignmentsDialog()
 {
-    // The field assignment dialog is wired here once it is part of the build.
+    OptionsValues values = optionsOf(m_g.settings);
+    FrmFieldAssignments dlg(m_g.fieldAssignmentList, m_g.specialFieldsString, SharedWord(m_g),
+                            values, this);
+    // The user-defined fields offered are those of the contact read last.
+    if (m_currentContact && moVgContactFolder)
+        dlg.setUserDefinedFieldNames(
+            moVgContactFolder->GetUserPropertyNames(&*m_currentContact).join(QLatin1Char('|')));
+    dlg.setStatusSink([](const QString& text) { SetStatus(text); });
+    runDialog(dlg);
+    // "Bearbeiten" opens the options from inside this dialog.
+    applyOptions(values, m_g.settings);
 }
 
 void FrmMain::mnuHelpContent_Click()

@@ -7,6 +7,7 @@
 #include <QMainWindow>
 #include <QSet>
 #include <array>
+#include <functional>
 #include <memory>
 #include <optional>
 
@@ -17,6 +18,7 @@ class QAction;
 class QCheckBox;
 class QComboBox;
 class QGroupBox;
+class QDialog;
 class QLabel;
 class QLineEdit;
 class QListWidget;
@@ -56,6 +58,11 @@ public:
     // A file handed over while the program runs (dropped onto the window, or passed by a
     // second start): it becomes the open contact and is taken over at once.
     void handOverContactFile(const QString& path);
+
+    // Tests drive the modal dialogs of the menus and the folder button: when set, the hook
+    // is called with the dialog instead of exec(), and the dialog's result counts.
+    using DialogHook = std::function<void(QDialog& dialog)>;
+    static void setDialogHook(DialogHook hook);
 
     // The window that status texts go to, or nullptr.
     static FrmMain* instance();
@@ -122,10 +129,11 @@ private:
     void moVgContactFolder_CheckForAbort(bool& bMustAbort);
     void moVgContactFolder_ErrorEvent(long lErrorNumber, const QString& sErrorMessage);
     QTreeWidgetItem* makeFoundRow(const ContactItem& contact, long itemIndex) const;
-    // Placeholders until the dialogs exist in this build: they show nothing.
+    // The dialogs of the "Extras" menu and of the folder button.
     void showOptionsDialog();
     void showFieldAssignmentsDialog();
     void chooseFolder();
+    int runDialog(QDialog& dialog);
 
     // Steps 2 and 3
     void InitDotFileList();

@@ -5,6 +5,7 @@
 
 #include "app/Settings.h"
 #include "app/WizardIcons.h"
+#include "app/dialogs/FrmOutlookFolderSelection.h"
 #include "contacts/ClsOutlookVgContactFolder.h"
 #include "util/ErrorRoutine.h"
 #include "util/UserInterface.h"
@@ -364,6 +365,10 @@ void FrmMain::cmdSelectOutlookFolder_Click()
 
 void FrmMain::chooseFolder()
 {
-    // The folder selection dialog is wired here once it is part of the build; it puts the
-    // chosen path into txtOutlookFolder.
+    FrmOutlookFolderSelection dlg(moVgContactFolder->OutlookNameSpace(), txtOutlookFolder->text(),
+                                  this);
+    dlg.setValidMessageClass(QStringLiteral("IPM.Contact"));
+    runDialog(dlg);
+    if (dlg.OkPressed())
+        txtOutlookFolder->setText(dlg.FullPath());
 }

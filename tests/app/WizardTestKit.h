@@ -10,6 +10,7 @@
 #include "tests/support/TestEnvironment.h"
 #include "util/ClsRegistry.h"
 
+#include <QDialog>
 #include <QDir>
 #include <QFile>
 #include <QMap>
@@ -138,6 +139,8 @@ inline std::unique_ptr<Started> start(ScriptedUserInterface& script, bool firstS
                                       const QString& contactFile = QString())
 {
     auto s = std::make_unique<Started>();
+    // A menu dialog a test does not drive is closed at once, as with Cancel.
+    FrmMain::setDialogHook([](QDialog& dialog) { dialog.reject(); });
     s->g.documentOpener = [p = s.get()](const QString& path) { p->opened.append(path); };
     if (firstStart)
         script.answer(Mb::Ok);

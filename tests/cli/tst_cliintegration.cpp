@@ -67,8 +67,6 @@ private Q_SLOTS:
         QTest::newRow("letter") << QStringLiteral("Bsp-Brief")
                                 << QStringList{"Herrn Max Müller",
                                                "Muster AG",
-                                               "Muster Logistik GmbH",
-                                               "Muster Service GmbH",
                                                "Einkauf",
                                                "Hauptstraße 1",
                                                "10115 Berlin",

@@ -122,6 +122,7 @@ private:
     void moVgContactFolder_CheckForAbort(bool& bMustAbort);
     void moVgContactFolder_ErrorEvent(long lErrorNumber, const QString& sErrorMessage);
     QTreeWidgetItem* makeFoundRow(const ContactItem& contact, long itemIndex) const;
+    QTreeWidgetItem* makeFoundRow(const OlItemRow& item, long itemIndex) const;
     // Placeholders until the dialogs exist in this build: they show nothing.
     void showOptionsDialog();
     void showFieldAssignmentsDialog();

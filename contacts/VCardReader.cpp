@@ -625,8 +625,12 @@ VCard VCardReader::parseOnly(QByteArrayView card, std::initializer_list<QByteArr
                              int firstLine)
 {
     auto wanted = [&](QByteArrayView name) {
+        if (name.isEmpty())
+            return false;
+        const char first = char(name.front() & ~0x20); // most lines differ in the first letter
         for (QByteArrayView n : names) {
-            if (name.compare(n, Qt::CaseInsensitive) == 0)
+            if (!n.isEmpty() && char(n.front() & ~0x20) == first &&
+                name.compare(n, Qt::CaseInsensitive) == 0)
                 return true;
         }
         return false;

@@ -129,6 +129,7 @@ private:
     void moVgContactFolder_CheckForAbort(bool& bMustAbort);
     void moVgContactFolder_ErrorEvent(long lErrorNumber, const QString& sErrorMessage);
     QTreeWidgetItem* makeFoundRow(const ContactItem& contact, long itemIndex) const;
+    QTreeWidgetItem* makeFoundRow(const OlItemRow& item, long itemIndex) const;
     // The dialogs of the "Extras" menu and of the folder button.
     void showOptionsDialog();
     void showFieldAssignmentsDialog();

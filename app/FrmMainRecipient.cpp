@@ -162,15 +162,18 @@ void FrmMain::ResetControls(bool bClearName)
 
 QTreeWidgetItem* FrmMain::makeFoundRow(const ContactItem& contact, long itemIndex) const
 {
-    const QString lastName = text(contact, "LastName");
-    auto* row =
-        new QTreeWidgetItem(QStringList{text(contact, "FileAs"), lastName,
-                                        text(contact, "FirstName"), text(contact, "CompanyName")});
+    return makeFoundRow(OlItemRow::of(OlItem(contact)), itemIndex);
+}
+
+QTreeWidgetItem* FrmMain::makeFoundRow(const OlItemRow& item, long itemIndex) const
+{
+    auto* row = new QTreeWidgetItem(
+        QStringList{item.fileAs, item.lastName, item.firstName, item.companyName});
     const QString icon =
-        lastName.isEmpty() ? QStringLiteral("VirtualPerson") : QStringLiteral("Person");
+        item.lastName.isEmpty() ? QStringLiteral("VirtualPerson") : QStringLiteral("Person");
     row->setIcon(0, wizardIcon(icon));
     row->setData(0, kIconNameRole, icon);
-    row->setData(0, kEntryIdRole, contact.entryId());
+    row->setData(0, kEntryIdRole, item.entryId);
     row->setData(0, kItemIndexRole, qlonglong(itemIndex));
     return row;
 }
@@ -239,7 +242,9 @@ void FrmMain::searchFolder(const QString& folder, const QString& name)
         if (!name.isEmpty())
             items = items.Restrict(QStringLiteral("[LastName] = '") + name + QStringLiteral("'"),
                                    progress);
-        items.Count(progress);
+        // One pass over the files counts the items and keeps what the hit list shows, so the
+        // loop below parses no card.
+        items.countWithRows(progress);
         m_items = std::move(items);
     } catch (const ZwError& e) {
         if (e.number() != kUserInterrupt)
@@ -260,10 +265,10 @@ void FrmMain::searchFolder(const QString& folder, const QString& name)
         sinceFlush.restart();
     };
     for (long i = 1; i <= count; ++i) {
-        const OlItem item = m_items->Item(i);
+        const OlItemRow item = m_items->row(i);
         // Distribution lists share the folder with the contacts but are no recipients.
         if (item.isContact())
-            pending.append(makeFoundRow(*item.contact(), i));
+            pending.append(makeFoundRow(item, i));
         if (m_abort)
             break;
         if (sinceFlush.elapsed() >= kRowFlushMs)

@@ -928,27 +928,46 @@ QVariant ContactItem::value(QStringView propertyName) const
         }
         return out;
     }
-    case Kind::FileAs: {
-        const Hit h = chainHit(ChainFileAs);
-        if (!h.text.isEmpty())
-            return h.text;
-        // Outlook's default: "LastName, FirstName", else the company, else the full name.
-        const QString company = value(u"CompanyName").toString();
-        if (!company.isEmpty() && isCompanyCard(m_card))
-            return company;
-        const QString last = value(u"LastName").toString();
-        const QString first = value(u"FirstName").toString();
-        if (!last.isEmpty() || !first.isEmpty())
-            return (!last.isEmpty() && !first.isEmpty()) ? last + QStringLiteral(", ") + first
-                                                         : last + first;
-        return !company.isEmpty() ? company : value(u"FullName").toString();
-    }
+    case Kind::FileAs:
+        return names().fileAs;
     case Kind::EntryId:
         return entryId();
     case Kind::MessageClass:
         return QStringLiteral("IPM.Contact");
     }
     return QVariant();
+}
+
+ContactItem::Names ContactItem::names() const
+{
+    Names n;
+    if (const VCardProperty* name = m_card.find("N")) {
+        const QList<QStringList> c = name->structured();
+        n.lastName = c.size() > 0 ? joined(c[0], u" ") : QString();
+        n.firstName = c.size() > 1 ? joined(c[1], u" ") : QString();
+    }
+    if (const VCardProperty* org = m_card.find("ORG")) {
+        const QStringList c = org->components();
+        n.companyName = c.isEmpty() ? QString() : c[0].trimmed();
+    }
+    // The file-as lines need no classification of the card (no address source in the chain).
+    const Hit h = findInChain(m_card, -1, false, ChainFileAs);
+    if (!h.text.isEmpty()) {
+        n.fileAs = h.text;
+        return n;
+    }
+    // Outlook's default: "LastName, FirstName", else the company, else the full name.
+    const QString& company = n.companyName;
+    const QString& last = n.lastName;
+    const QString& first = n.firstName;
+    if (!company.isEmpty() && isCompanyCard(m_card))
+        n.fileAs = company;
+    else if (!last.isEmpty() || !first.isEmpty())
+        n.fileAs = (!last.isEmpty() && !first.isEmpty()) ? last + QStringLiteral(", ") + first
+                                                         : last + first;
+    else
+        n.fileAs = !company.isEmpty() ? company : value(u"FullName").toString();
+    return n;
 }
 
 // ---- Writing -------------------------------------------------------------------------------

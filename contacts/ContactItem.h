@@ -58,6 +58,16 @@ public:
     // value (empty text, noDate(), Gender 0, empty list) clears the property.
     bool setValue(QStringView propertyName, const QVariant& value);
 
+    // The names a list of contacts shows, read in one go; each equals value() of that name
+    // (FileAs, LastName, FirstName, CompanyName).
+    struct Names {
+        QString fileAs;
+        QString lastName;
+        QString firstName;
+        QString companyName;
+    };
+    Names names() const;
+
     QString entryId() const;
     static QString entryIdForLocation(const QString& location, int index);
     // Adds a UID (bare UUID in 3.0, urn:uuid: in 4.0) when the card has none.

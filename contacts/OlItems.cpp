@@ -18,7 +18,19 @@ long OlItems::Count(const Progress& progress) const
     return long(m_index->count(progress));
 }
 
-OlItem OlItems::Item(long index) const
+long OlItems::countWithRows(const Progress& progress) const
+{
+    if (!m_index || m_hits)
+        return Count();
+    return long(m_index->countWithRows(progress));
+}
+
+OlItemRow OlItems::row(long index) const
+{
+    return m_index->row(hit(index));
+}
+
+VCardFolderIndex::Hit OlItems::hit(long index) const
 {
     if (index < 1 || index > Count()) {
         throw ZwError(9,
@@ -28,7 +40,12 @@ OlItem OlItems::Item(long index) const
                       QStringLiteral("Items"));
     }
     const quint32 i = quint32(index - 1);
-    return m_index->item(m_hits ? (*m_hits)[i] : m_index->hitAt(i));
+    return m_hits ? (*m_hits)[i] : m_index->hitAt(i);
+}
+
+OlItem OlItems::Item(long index) const
+{
+    return m_index->item(hit(index));
 }
 
 OlItems OlItems::Restrict(const QString& filter, const Progress& progress) const

@@ -29,6 +29,12 @@ public:
     // Item `index` (1-based), parsed now. Throws ZwError 9 for an index out of range, or
     // the index's error when the file vanished or changed.
     OlItem Item(long index) const;
+    // Count(), and for a whole folder the hit list rows of every item read in the same pass
+    // (a restricted collection has the rows of its items already).
+    long countWithRows(const Progress& progress = {}) const;
+    // The hit list values of item `index` (1-based), equal to those of Item(index) but
+    // without parsing the whole card. Throws as Item() does.
+    OlItemRow row(long index) const;
     // The items that match the filter (OlFilter), in the same order. Throws ZwError 5 with a
     // German text for a filter that cannot be parsed; `progress` may break the reading off
     // (ZwError 18).
@@ -36,6 +42,8 @@ public:
 
 private:
     OlItems(std::shared_ptr<VCardFolderIndex> index, QList<VCardFolderIndex::Hit> hits);
+    // Where item `index` (1-based) lies; ZwError 9 when out of range.
+    VCardFolderIndex::Hit hit(long index) const;
 
     std::shared_ptr<VCardFolderIndex> m_index;
     std::optional<QList<VCardFolderIndex::Hit>> m_hits; // none: the whole folder

@@ -87,7 +87,8 @@ bool VCardFolderIndex::isVCardFileName(QByteArrayView name)
 
 VCardFolderIndex::VCardFolderIndex(QString dir, QString location,
                                    std::shared_ptr<Problems> problems)
-    : m_dir(std::move(dir)), m_location(std::move(location)), m_problems(std::move(problems))
+    : m_dir(std::move(dir)), m_dirBytes(QFile::encodeName(m_dir)), m_location(std::move(location)),
+      m_problems(std::move(problems))
 {
     const int fd = openDir();
     DIR* d = fdopendir(fd);
@@ -114,7 +115,7 @@ VCardFolderIndex::VCardFolderIndex(QString dir, QString location,
             regular = fstatat(fd, e->d_name, &fst, 0) == 0 && S_ISREG(fst.st_mode);
         }
         if (regular)
-            m_files.append(File{name.toByteArray(), quint64(e->d_ino)});
+            m_files.append(File{name.toByteArray(), quint64(e->d_ino), 0, 0, {}, -1, {}, 0});
     }
     closedir(d);
     std::sort(m_files.begin(), m_files.end(),
@@ -146,7 +147,8 @@ QString VCardFolderIndex::fileName(quint32 file) const
     return QFile::decodeName(m_files[file].name);
 }
 
-bool VCardFolderIndex::readFile(int dirFd, quint32 file, QByteArray& buffer) const
+bool VCardFolderIndex::readFile(int dirFd, quint32 file, QByteArray& buffer,
+                                struct stat* stOut) const
 {
     const QByteArray& name = m_files[file].name;
     const int fd = ::openat(dirFd, name.constData(), O_RDONLY | O_CLOEXEC);
@@ -177,6 +179,8 @@ bool VCardFolderIndex::readFile(int dirFd, quint32 file, QByteArray& buffer) con
     }
     if (fd >= 0)
         ::close(fd);
+    if (stOut)
+        *stOut = st;
     if (err != 0) {
         m_problems->add(QStringLiteral("Die Datei '%1' im Ordner '%2' kann nicht gelesen werden "
                                        "(%3); ihre Kontakte fehlen in der Liste.")
@@ -192,8 +196,19 @@ quint32 VCardFolderIndex::count(const Progress& progress)
 {
     if (m_counted)
         return m_count;
-    restrict(OlFilter(), nullptr,
-             progress); // an empty filter matches nothing but counts everything
+    scan(OlFilter(), nullptr, progress,
+         false); // an empty filter matches nothing but counts everything
+    return m_count;
+}
+
+quint32 VCardFolderIndex::countWithRows(const Progress& progress)
+{
+    if (m_counted && m_allRows) {
+        ++m_pass; // a new use: the kept rows are checked against their files again
+        return m_count;
+    }
+    scan(OlFilter(), nullptr, progress, true);
+    m_allRows = true;
     return m_count;
 }
 
@@ -201,6 +216,44 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrict(const OlFilter& filter,
                                                         const QList<Hit>* within,
                                                         const Progress& progress)
 {
+    return scan(filter, within, progress, false);
+}
+
+void VCardFolderIndex::keepRows(quint32 file, QByteArrayView buffer,
+                                const QList<VCardReader::Chunk>& chunks, const struct stat& st)
+{
+    File& f = m_files[file];
+    f.rows.clear();
+    const QString location = m_location + QLatin1Char('\\') + fileName(file);
+    for (qsizetype c = 0; c < chunks.size(); ++c) {
+        OlItemRow::read(buffer.sliced(chunks[c].offset, chunks[c].size), location, int(c))
+            .packTo(f.rows);
+    }
+    f.rows.squeeze();
+    f.inode = quint64(st.st_ino);
+    f.rowsSize = qint64(st.st_size);
+    f.rowsChanged = st.st_ctim;
+    f.rowsPass = m_pass;
+}
+
+bool VCardFolderIndex::rowsCurrent(const File& file) const
+{
+    if (file.rowsSize < 0)
+        return false;
+    if (file.rowsPass == m_pass)
+        return true;
+    struct stat st {
+    };
+    const QByteArray path = m_dirBytes + '/' + file.name;
+    return ::stat(path.constData(), &st) == 0 && quint64(st.st_ino) == file.inode &&
+           qint64(st.st_size) == file.rowsSize && sameTime(st.st_ctim, file.rowsChanged);
+}
+
+QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
+                                                    const QList<Hit>* within,
+                                                    const Progress& progress, bool allRows)
+{
+    ++m_pass;
     QList<Hit> hits;
     const bool testing = !filter.properties().isEmpty();
     const int fd = openDir();
@@ -275,8 +328,11 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrict(const OlFilter& filter,
             askToGoOn();
             const quint32 f = (*within)[w].file;
             QList<VCardReader::Chunk> chunks;
-            if (readFile(fd, f, buffer))
+            struct stat st {
+            };
+            if (readFile(fd, f, buffer, &st))
                 chunks = VCardReader::split(buffer);
+            const qsizetype before = hits.size();
             for (; w < within->size() && (*within)[w].file == f; ++w) {
                 const quint32 c = (*within)[w].card;
                 if (c < quint32(chunks.size()) &&
@@ -284,6 +340,8 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrict(const OlFilter& filter,
                              chunks[c].line))
                     hits.append((*within)[w]);
             }
+            if (hits.size() > before)
+                keepRows(f, buffer, chunks, st);
         }
         ::close(fd);
         return hits;
@@ -301,19 +359,25 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrict(const OlFilter& filter,
         askToGoOn();
         issues.clear();
         QList<VCardReader::Chunk> chunks;
-        if (readFile(fd, f, buffer))
+        struct stat st {
+        };
+        const bool read = readFile(fd, f, buffer, &st);
+        if (read)
             chunks = VCardReader::split(buffer, &issues);
         m_files[f].cards = quint32(chunks.size());
         if (!issues.isEmpty())
             fileIssues.append({f, issues});
-        if (!testing)
-            continue;
-        for (qsizetype c = 0; c < chunks.size(); ++c) {
+        bool hit = false;
+        for (qsizetype c = 0; testing && c < chunks.size(); ++c) {
             if (testCard(f, quint32(c),
                          QByteArrayView(buffer).sliced(chunks[c].offset, chunks[c].size),
-                         chunks[c].line))
+                         chunks[c].line)) {
                 hits.append(Hit{f, quint32(c)});
+                hit = true;
+            }
         }
+        if (read && (allRows || hit))
+            keepRows(f, buffer, chunks, st);
     }
     ::close(fd);
     std::sort(fileIssues.begin(), fileIssues.end(),
@@ -344,6 +408,40 @@ VCardFolderIndex::Hit VCardFolderIndex::hitAt(quint32 index)
     return Hit{quint32(file), index - m_files[file].firstItem};
 }
 
+void VCardFolderIndex::throwGone(const Hit& hit) const
+{
+    throw ZwError(-2147221233,
+                  QStringLiteral("Das Element %1 der Datei '%2' im Ordner '%3' ist nicht mehr "
+                                 "vorhanden.")
+                      .arg(hit.card + 1)
+                      .arg(fileName(hit.file), m_location),
+                  QStringLiteral("Items"));
+}
+
+OlItemRow VCardFolderIndex::row(const Hit& hit)
+{
+    File& file = m_files[hit.file];
+    if (!rowsCurrent(file)) {
+        const int fd = openDir();
+        QByteArray buffer;
+        struct stat st {
+        };
+        const bool read = readFile(fd, hit.file, buffer, &st);
+        ::close(fd);
+        file.rows.clear();
+        file.rowsSize = -1;
+        if (read)
+            keepRows(hit.file, buffer, VCardReader::split(buffer), st);
+    }
+    const QByteArrayView rows(file.rows);
+    qsizetype pos = 0;
+    for (quint32 c = 0; c < hit.card && pos < rows.size(); ++c)
+        OlItemRow::skip(rows, pos);
+    if (pos >= rows.size())
+        throwGone(hit);
+    return OlItemRow::unpack(rows, pos);
+}
+
 OlItem VCardFolderIndex::item(const Hit& hit) const
 {
     const int fd = openDir();
@@ -353,14 +451,8 @@ OlItem VCardFolderIndex::item(const Hit& hit) const
     const QString name = fileName(hit.file);
     const QList<VCardReader::Chunk> chunks =
         read ? VCardReader::split(buffer) : QList<VCardReader::Chunk>();
-    if (hit.card >= quint32(chunks.size())) {
-        throw ZwError(-2147221233,
-                      QStringLiteral("Das Element %1 der Datei '%2' im Ordner '%3' ist nicht mehr "
-                                     "vorhanden.")
-                          .arg(hit.card + 1)
-                          .arg(name, m_location),
-                      QStringLiteral("Items"));
-    }
+    if (hit.card >= quint32(chunks.size()))
+        throwGone(hit);
     const VCardReader::Chunk& c = chunks[hit.card];
     ContactItem contact(VCardReader::parse(QByteArrayView(buffer).sliced(c.offset, c.size), c.line),
                         m_location + QLatin1Char('\\') + name, int(hit.card));

@@ -2,6 +2,8 @@
 
 #include "contacts/OlFilter.h"
 #include "contacts/OlItem.h"
+#include "contacts/OlItemRow.h"
+#include "contacts/VCardReader.h"
 
 #include <QByteArray>
 #include <QList>
@@ -11,6 +13,7 @@
 #include <ctime>
 #include <functional>
 #include <memory>
+#include <sys/stat.h>
 
 // What a folder of vCard files holds, read lazily and kept small, so that a folder of
 // 100,000 files can be counted and searched without parsing every card.
@@ -23,6 +26,12 @@
 //   FirstName, Title, CompanyName, ... are read by peeking at the N or ORG line alone; only a
 //   filter on other properties parses whole cards.
 // - item() parses one card fully when it is handed out.
+// - row() gives the few values of a hit list (OlItemRow) without a full parse. They are
+//   kept, packed, from the pass that read the file: countWithRows() keeps them for every
+//   card, restrict() for the files with a hit. A kept row is used only while the file is
+//   unchanged (inode, size and change time), otherwise the file is read again. Rows kept by
+//   the latest countWithRows() or restrict() are trusted without asking the file system:
+//   the caller has just read them; after the next such call they are checked again.
 //
 // Files are opened read-only and never written. A file that cannot be read and a card that
 // is malformed are skipped and reported to the Problems list (one German sentence each,
@@ -64,10 +73,14 @@ public:
     // The cards that match, in item order; `within` limits the test to those hits.
     QList<Hit> restrict(const OlFilter& filter, const QList<Hit>* within = nullptr,
                         const Progress& progress = {});
+    // count(), keeping the row of every card on the way (later calls are free).
+    quint32 countWithRows(const Progress& progress = {});
     // The 0-based item of the whole folder (count() first).
     Hit hitAt(quint32 index);
     // Reads and parses one card. Throws ZwError when the file is gone or has fewer cards now.
     OlItem item(const Hit& hit) const;
+    // The hit list values of one card, equal to those of item(hit). Throws as item() does.
+    OlItemRow row(const Hit& hit);
 
     // The file name, as text.
     QString fileName(quint32 file) const;
@@ -81,16 +94,32 @@ private:
         quint64 inode = 0;
         quint32 firstItem = 0;
         quint32 cards = 0;
+        // The rows of its cards (OlItemRow::packTo) and the state of the file they were
+        // read from; rowsSize < 0: none kept.
+        QByteArray rows;
+        qint64 rowsSize = -1;
+        timespec rowsChanged{};
+        quint32 rowsPass = 0; // the pass that kept them
     };
     // Reads one file into `buffer` (normalised to UTF-8); false with a report when it cannot.
-    bool readFile(int dirFd, quint32 file, QByteArray& buffer) const;
+    // `st` receives the state of the file read.
+    bool readFile(int dirFd, quint32 file, QByteArray& buffer, struct stat* st = nullptr) const;
     int openDir() const;
+    QList<Hit> scan(const OlFilter& filter, const QList<Hit>* within, const Progress& progress,
+                    bool allRows);
+    void keepRows(quint32 file, QByteArrayView buffer, const QList<VCardReader::Chunk>& chunks,
+                  const struct stat& st);
+    bool rowsCurrent(const File& file) const;
+    [[noreturn]] void throwGone(const Hit& hit) const;
 
     QString m_dir;
+    QByteArray m_dirBytes; // m_dir as the file system spells it
     QString m_location;
     std::shared_ptr<Problems> m_problems;
     QList<File> m_files;
     timespec m_dirMtime{};
     bool m_counted = false;
+    bool m_allRows = false;
+    quint32 m_pass = 0; // passes over files so far
     quint32 m_count = 0;
 };

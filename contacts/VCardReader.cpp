@@ -621,6 +621,40 @@ std::optional<VCardProperty> VCardReader::peek(QByteArrayView card, QByteArrayVi
     return prop;
 }
 
+VCard VCardReader::parseOnly(QByteArrayView card, std::initializer_list<QByteArrayView> names,
+                             int firstLine)
+{
+    auto wanted = [&](QByteArrayView name) {
+        if (name.isEmpty())
+            return false;
+        const char first = char(name.front() & ~0x20); // most lines differ in the first letter
+        for (QByteArrayView n : names) {
+            if (!n.isEmpty() && char(n.front() & ~0x20) == first &&
+                name.compare(n, Qt::CaseInsensitive) == 0)
+                return true;
+        }
+        return false;
+    };
+    // The whole card is walked (a late VERSION line decides how every line reads), but only
+    // the wanted lines are decoded. The name test before decoding lets through every line
+    // that parse() would give one of these names.
+    QList<LogicalLine> lines;
+    const SeenVersion seen = forEachLogicalLine(card, firstLine, [&](LogicalLine& l) {
+        if (wanted(lineName(l.content()).trimmed()))
+            lines.append(std::move(l));
+        return true;
+    });
+    const VCardVersion version = toVersion(seen);
+    VCard result;
+    result.setSource(version, seen != SeenVersion::None, QByteArray(), firstLine);
+    for (const LogicalLine& l : lines) {
+        VCardProperty prop = parseLine(l, version);
+        if (!prop.malformed && wanted(prop.name))
+            result.properties().append(std::move(prop));
+    }
+    return result;
+}
+
 VCardReader::Result VCardReader::read(const QByteArray& fileBytes)
 {
     Result result;

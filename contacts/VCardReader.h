@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QString>
+#include <initializer_list>
 #include <optional>
 
 // Reads vCard 2.1, 3.0 and 4.0 as the common address books write them.
@@ -56,6 +57,11 @@ public:
     // The first property of that name (groups ignored, case-insensitive), decoded as in a
     // full parse, without parsing the rest of the card.
     static std::optional<VCardProperty> peek(QByteArrayView card, QByteArrayView name);
+    // The card with only the lines of these names (groups ignored, case-insensitive), each
+    // read exactly as parse() reads it, in file order: for a few properties of many cards
+    // (a hit list) without building every line.
+    static VCard parseOnly(QByteArrayView card, std::initializer_list<QByteArrayView> names,
+                           int firstLine = 1);
 
     // normalizeEncoding + split + parse.
     static Result read(const QByteArray& fileBytes);

@@ -7,12 +7,19 @@
 #include <QElapsedTimer>
 #include <QFile>
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
+#include <condition_variable>
 #include <cstring>
 #include <dirent.h>
+#include <exception>
 #include <fcntl.h>
+#include <mutex>
 #include <sys/stat.h>
+#include <system_error>
+#include <thread>
 #include <unistd.h>
+#include <vector>
 
 namespace
 {
@@ -147,7 +154,7 @@ QString VCardFolderIndex::fileName(quint32 file) const
     return QFile::decodeName(m_files[file].name);
 }
 
-bool VCardFolderIndex::readFile(int dirFd, quint32 file, QByteArray& buffer,
+int VCardFolderIndex::readBytes(int dirFd, quint32 file, QByteArray& buffer,
                                 struct stat* stOut) const
 {
     const QByteArray& name = m_files[file].name;
@@ -181,15 +188,25 @@ bool VCardFolderIndex::readFile(int dirFd, quint32 file, QByteArray& buffer,
         ::close(fd);
     if (stOut)
         *stOut = st;
-    if (err != 0) {
-        m_problems->add(QStringLiteral("Die Datei '%1' im Ordner '%2' kann nicht gelesen werden "
-                                       "(%3); ihre Kontakte fehlen in der Liste.")
-                            .arg(fileName(file), m_location, reasonText(err)));
-        return false;
-    }
-    if (buffer.size() >= 2 && (uchar(buffer[0]) == 0xFF || uchar(buffer[0]) == 0xFE))
+    if (err == 0 && buffer.size() >= 2 && (uchar(buffer[0]) == 0xFF || uchar(buffer[0]) == 0xFE))
         buffer = VCardReader::normalizeEncoding(buffer);
-    return true;
+    return err;
+}
+
+void VCardFolderIndex::reportUnreadable(quint32 file, int err) const
+{
+    m_problems->add(QStringLiteral("Die Datei '%1' im Ordner '%2' kann nicht gelesen werden "
+                                   "(%3); ihre Kontakte fehlen in der Liste.")
+                        .arg(fileName(file), m_location, reasonText(err)));
+}
+
+bool VCardFolderIndex::readFile(int dirFd, quint32 file, QByteArray& buffer,
+                                struct stat* stOut) const
+{
+    const int err = readBytes(dirFd, file, buffer, stOut);
+    if (err != 0)
+        reportUnreadable(file, err);
+    return err == 0;
 }
 
 quint32 VCardFolderIndex::count(const Progress& progress)
@@ -219,20 +236,34 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrict(const OlFilter& filter,
     return scan(filter, within, progress, false);
 }
 
-void VCardFolderIndex::keepRows(quint32 file, QByteArrayView buffer,
-                                const QList<VCardReader::Chunk>& chunks, const struct stat& st)
+QByteArray VCardFolderIndex::packRows(quint32 file, QByteArrayView buffer,
+                                      const QList<VCardReader::Chunk>& chunks) const
 {
-    File& f = m_files[file];
-    f.rows.clear();
+    QByteArray rows;
     const QString location = m_location + QLatin1Char('\\') + fileName(file);
     for (qsizetype c = 0; c < chunks.size(); ++c) {
         OlItemRow::read(buffer.sliced(chunks[c].offset, chunks[c].size), location, int(c))
-            .packTo(f.rows);
+            .packTo(rows);
     }
-    f.rows.squeeze();
-    f.inode = quint64(st.st_ino);
-    f.rowsSize = qint64(st.st_size);
-    f.rowsChanged = st.st_ctim;
+    rows.squeeze();
+    return rows;
+}
+
+void VCardFolderIndex::keepRows(quint32 file, QByteArrayView buffer,
+                                const QList<VCardReader::Chunk>& chunks, const struct stat& st)
+{
+    keepPackedRows(file, packRows(file, buffer, chunks), quint64(st.st_ino), qint64(st.st_size),
+                   st.st_ctim);
+}
+
+void VCardFolderIndex::keepPackedRows(quint32 file, QByteArray rows, quint64 inode, qint64 size,
+                                      const timespec& changed)
+{
+    File& f = m_files[file];
+    f.rows = std::move(rows);
+    f.inode = inode;
+    f.rowsSize = size;
+    f.rowsChanged = changed;
     f.rowsPass = m_pass;
 }
 
@@ -247,6 +278,177 @@ bool VCardFolderIndex::rowsCurrent(const File& file) const
     const QByteArray path = m_dirBytes + '/' + file.name;
     return ::stat(path.constData(), &st) == 0 && quint64(st.st_ino) == file.inode &&
            qint64(st.st_size) == file.rowsSize && sameTime(st.st_ctim, file.rowsChanged);
+}
+
+void VCardFolderIndex::throwAborted() const
+{
+    throw ZwError(18,
+                  QStringLiteral("Benutzerunterbrechung: das Lesen des Ordners '%1' "
+                                 "wurde abgebrochen.")
+                      .arg(m_location),
+                  QStringLiteral("Items"));
+}
+
+void VCardFolderIndex::reportIssues(quint32 file, const QList<VCardReader::Issue>& issues) const
+{
+    for (const VCardReader::Issue& issue : issues) {
+        m_problems->add(QStringLiteral("Datei '%1' im Ordner '%2': %3")
+                            .arg(fileName(file), m_location, issue.message));
+    }
+}
+
+QList<quint32> VCardFolderIndex::inodeOrder() const
+{
+    // Every file, read in the order of its inode: on a cold disk that is the order the
+    // file system keeps them in, and saves seeking. Results go back into name order.
+    QList<quint32> order(m_files.size());
+    for (qsizetype i = 0; i < order.size(); ++i)
+        order[i] = quint32(i);
+    std::sort(order.begin(), order.end(),
+              [this](quint32 a, quint32 b) { return m_files[a].inode < m_files[b].inode; });
+    return order;
+}
+
+void VCardFolderIndex::scanAllFiles(int dirFd, const Progress& progress, bool allRows)
+{
+    // What a worker found in one file; only the calling thread reports and keeps it.
+    struct FileScan {
+        int err = 0;
+        quint32 cards = 0;
+        QList<VCardReader::Issue> issues;
+        QByteArray rows;
+        quint64 inode = 0;
+        qint64 size = 0;
+        timespec changed{};
+    };
+    const QList<quint32> order = inodeOrder();
+    const qsizetype n = order.size();
+    // Workers read the names while this thread keeps what they found in other members of
+    // the same entries: the list must not be shared (and so not copied on a write).
+    m_files.detach();
+    // Workers take blocks of neighbouring files, so the disk is still read nearly in order.
+    constexpr qsizetype kBlock = 32;
+    const qsizetype blocks = (n + kBlock - 1) / kBlock;
+    std::vector<FileScan> results(static_cast<size_t>(n));
+    std::mutex mutex;
+    std::condition_variable blockFinished;
+    std::vector<char> done(static_cast<size_t>(blocks), 0); // guarded by mutex
+    std::exception_ptr failure;                             // guarded by mutex
+    std::atomic<qsizetype> nextBlock{0};
+    std::atomic<bool> stop{false};
+
+    auto work = [&] {
+        try {
+            QByteArray buffer;
+            buffer.reserve(1 << 16);
+            for (;;) {
+                const qsizetype b = nextBlock.fetch_add(1);
+                if (b >= blocks)
+                    return;
+                for (qsizetype i = b * kBlock; i < std::min(n, (b + 1) * kBlock); ++i) {
+                    if (stop.load(std::memory_order_relaxed))
+                        return;
+                    FileScan& r = results[size_t(i)];
+                    const quint32 f = order[i];
+                    struct stat st {
+                    };
+                    r.err = readBytes(dirFd, f, buffer, &st);
+                    if (r.err != 0)
+                        continue;
+                    const QList<VCardReader::Chunk> chunks = VCardReader::split(buffer, &r.issues);
+                    r.cards = quint32(chunks.size());
+                    if (allRows) {
+                        r.rows = packRows(f, buffer, chunks);
+                        r.inode = quint64(st.st_ino);
+                        r.size = qint64(st.st_size);
+                        r.changed = st.st_ctim;
+                    }
+                }
+                {
+                    const std::lock_guard lock(mutex);
+                    done[size_t(b)] = 1;
+                }
+                blockFinished.notify_one();
+            }
+        } catch (...) {
+            {
+                const std::lock_guard lock(mutex);
+                if (!failure)
+                    failure = std::current_exception();
+            }
+            stop = true;
+            blockFinished.notify_one();
+        }
+    };
+
+    // Stops and joins the workers however this function is left (abort, exception).
+    struct Pool {
+        std::atomic<bool>& stop;
+        std::vector<std::thread> threads;
+        void join()
+        {
+            for (std::thread& t : threads)
+                t.join();
+            threads.clear();
+        }
+        ~Pool()
+        {
+            stop = true;
+            join();
+        }
+    } pool{stop, {}};
+    const qsizetype wanted =
+        std::min<qsizetype>(blocks, std::clamp(int(std::thread::hardware_concurrency()), 1, 4));
+    try {
+        for (qsizetype t = 0; t < wanted; ++t)
+            pool.threads.emplace_back(work);
+    } catch (const std::system_error&) {
+        if (pool.threads.empty())
+            work(); // no thread to be had: read on this one
+    }
+
+    // Blocks are taken over in order; an unreadable file is reported as it is met, the
+    // malformed cards at the end, in name order.
+    QList<std::pair<quint32, const QList<VCardReader::Issue>*>> fileIssues;
+    QElapsedTimer sinceAsked;
+    sinceAsked.start();
+    qsizetype merged = 0;
+    while (merged < blocks) {
+        qsizetype upTo = merged;
+        {
+            std::unique_lock lock(mutex);
+            const auto ready = [&] { return failure || done[size_t(merged)]; };
+            const qint64 wait = progress ? std::max<qint64>(1, 50 - sinceAsked.elapsed()) : 1000;
+            blockFinished.wait_for(lock, std::chrono::milliseconds(wait), ready);
+            if (failure)
+                std::rethrow_exception(failure);
+            while (upTo < blocks && done[size_t(upTo)])
+                ++upTo;
+        }
+        for (qsizetype i = merged * kBlock; i < std::min(n, upTo * kBlock); ++i) {
+            FileScan& r = results[size_t(i)];
+            const quint32 f = order[i];
+            if (r.err != 0)
+                reportUnreadable(f, r.err);
+            m_files[f].cards = r.cards;
+            if (!r.issues.isEmpty())
+                fileIssues.append({f, &r.issues});
+            if (r.err == 0 && allRows)
+                keepPackedRows(f, std::move(r.rows), r.inode, r.size, r.changed);
+        }
+        merged = upTo;
+        if (progress && sinceAsked.elapsed() >= 50) {
+            const bool abort = progress();
+            sinceAsked.restart();
+            if (abort)
+                throwAborted(); // the pool stops and joins the workers
+        }
+    }
+    pool.join();
+    std::sort(fileIssues.begin(), fileIssues.end(),
+              [](const auto& a, const auto& b) { return a.first < b.first; });
+    for (const auto& [f, list] : fileIssues)
+        reportIssues(f, *list);
 }
 
 QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
@@ -268,23 +470,13 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
         sinceAsked.restart();
         if (stop) {
             ::close(fd);
-            throw ZwError(18,
-                          QStringLiteral("Benutzerunterbrechung: das Lesen des Ordners '%1' "
-                                         "wurde abgebrochen.")
-                              .arg(m_location),
-                          QStringLiteral("Items"));
+            throwAborted();
         }
     };
     QByteArray buffer;
     buffer.reserve(1 << 16);
     QList<VCardReader::Issue> issues;
 
-    auto report = [&](quint32 file) {
-        for (const VCardReader::Issue& issue : issues) {
-            m_problems->add(QStringLiteral("Datei '%1' im Ordner '%2': %3")
-                                .arg(fileName(file), m_location, issue.message));
-        }
-    };
     auto testCard = [&](quint32 file, quint32 card, QByteArrayView bytes, int line) {
         if (isGroupCard(bytes))
             return false; // a distribution list has none of a contact's properties
@@ -347,45 +539,46 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
         return hits;
     }
 
-    // Every file, read in the order of its inode: on a cold disk that is the order the
-    // file system keeps them in, and saves seeking. Results go back into name order.
-    QList<quint32> order(m_files.size());
-    for (qsizetype i = 0; i < order.size(); ++i)
-        order[i] = quint32(i);
-    std::sort(order.begin(), order.end(),
-              [this](quint32 a, quint32 b) { return m_files[a].inode < m_files[b].inode; });
-    QList<std::pair<quint32, QList<VCardReader::Issue>>> fileIssues;
-    for (const quint32 f : order) {
-        askToGoOn();
-        issues.clear();
-        QList<VCardReader::Chunk> chunks;
-        struct stat st {
-        };
-        const bool read = readFile(fd, f, buffer, &st);
-        if (read)
-            chunks = VCardReader::split(buffer, &issues);
-        m_files[f].cards = quint32(chunks.size());
-        if (!issues.isEmpty())
-            fileIssues.append({f, issues});
-        bool hit = false;
-        for (qsizetype c = 0; testing && c < chunks.size(); ++c) {
-            if (testCard(f, quint32(c),
-                         QByteArrayView(buffer).sliced(chunks[c].offset, chunks[c].size),
-                         chunks[c].line)) {
-                hits.append(Hit{f, quint32(c)});
-                hit = true;
-            }
+    if (!testing) {
+        // Nothing to decide per card: the files are shared out to worker threads.
+        try {
+            scanAllFiles(fd, progress, allRows);
+        } catch (...) {
+            ::close(fd);
+            throw;
         }
-        if (read && (allRows || hit))
-            keepRows(f, buffer, chunks, st);
+    } else {
+        QList<std::pair<quint32, QList<VCardReader::Issue>>> fileIssues;
+        for (const quint32 f : inodeOrder()) {
+            askToGoOn();
+            issues.clear();
+            QList<VCardReader::Chunk> chunks;
+            struct stat st {
+            };
+            const bool read = readFile(fd, f, buffer, &st);
+            if (read)
+                chunks = VCardReader::split(buffer, &issues);
+            m_files[f].cards = quint32(chunks.size());
+            if (!issues.isEmpty())
+                fileIssues.append({f, issues});
+            bool hit = false;
+            for (qsizetype c = 0; c < chunks.size(); ++c) {
+                if (testCard(f, quint32(c),
+                             QByteArrayView(buffer).sliced(chunks[c].offset, chunks[c].size),
+                             chunks[c].line)) {
+                    hits.append(Hit{f, quint32(c)});
+                    hit = true;
+                }
+            }
+            if (read && (allRows || hit))
+                keepRows(f, buffer, chunks, st);
+        }
+        std::sort(fileIssues.begin(), fileIssues.end(),
+                  [](const auto& a, const auto& b) { return a.first < b.first; });
+        for (const auto& [f, list] : fileIssues)
+            reportIssues(f, list);
     }
     ::close(fd);
-    std::sort(fileIssues.begin(), fileIssues.end(),
-              [](const auto& a, const auto& b) { return a.first < b.first; });
-    for (const auto& [f, list] : fileIssues) {
-        issues = list;
-        report(f);
-    }
     std::sort(hits.begin(), hits.end(), [](const Hit& a, const Hit& b) {
         return a.file != b.file ? a.file < b.file : a.card < b.card;
     });

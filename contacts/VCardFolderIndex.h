@@ -37,6 +37,9 @@
 // is malformed are skipped and reported to the Problems list (one German sentence each,
 // logged once); every other card of the folder still counts.
 //
+// count() and countWithRows() share the files out to a few worker threads; results, problems
+// and the progress question stay on the calling thread, in the order of a single pass.
+//
 // A listing is a snapshot: isCurrent() tells whether the directory changed since (a file
 // added, removed or renamed). A file changed in place is read afresh when an item is handed
 // out.
@@ -104,11 +107,25 @@ private:
     // Reads one file into `buffer` (normalised to UTF-8); false with a report when it cannot.
     // `st` receives the state of the file read.
     bool readFile(int dirFd, quint32 file, QByteArray& buffer, struct stat* st = nullptr) const;
+    // readFile() without the report: 0 or the errno. Safe on any thread.
+    int readBytes(int dirFd, quint32 file, QByteArray& buffer, struct stat* st) const;
+    void reportUnreadable(quint32 file, int err) const;
+    void reportIssues(quint32 file, const QList<VCardReader::Issue>& issues) const;
+    [[noreturn]] void throwAborted() const;
+    // The listing's indexes in the order of their inodes.
+    QList<quint32> inodeOrder() const;
     int openDir() const;
     QList<Hit> scan(const OlFilter& filter, const QList<Hit>* within, const Progress& progress,
                     bool allRows);
+    // The whole folder without a filter (count, countWithRows), shared out to worker threads.
+    void scanAllFiles(int dirFd, const Progress& progress, bool allRows);
+    // The packed rows of a file's cards. Safe on any thread.
+    QByteArray packRows(quint32 file, QByteArrayView buffer,
+                        const QList<VCardReader::Chunk>& chunks) const;
     void keepRows(quint32 file, QByteArrayView buffer, const QList<VCardReader::Chunk>& chunks,
                   const struct stat& st);
+    void keepPackedRows(quint32 file, QByteArray rows, quint64 inode, qint64 size,
+                        const timespec& changed);
     bool rowsCurrent(const File& file) const;
     [[noreturn]] void throwGone(const Hit& hit) const;
 

@@ -116,7 +116,7 @@ void FrmMain::GetCurrentContactData(bool bShowMessage)
         RefreshFinishButton();
         if (!ConnectOutlook())
             return;
-        const std::shared_ptr<OlInspector> inspector = moVgContactFolder->GetActiveInspector();
+        const std::shared_ptr<OlItemWindow> inspector = moVgContactFolder->GetActiveInspector();
         if (inspector) {
             OlItem item = inspector->CurrentItem();
             if (item.isContact()) {

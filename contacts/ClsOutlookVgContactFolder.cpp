@@ -72,7 +72,7 @@ void ClsOutlookVgContactFolder::OutlookLogoff()
     m_folder.reset();
 }
 
-std::shared_ptr<OlInspector> ClsOutlookVgContactFolder::GetActiveInspector()
+std::shared_ptr<OlItemWindow> ClsOutlookVgContactFolder::GetActiveInspector()
 {
     return application()->ActiveInspector();
 }

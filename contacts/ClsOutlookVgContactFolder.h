@@ -47,7 +47,7 @@ public:
     // construction is taken again on the next logon).
     void OutlookLogoff();
     // The open item, or nullptr. The caller checks that its item is an "IPM.Contact".
-    std::shared_ptr<OlInspector> GetActiveInspector();
+    std::shared_ptr<OlItemWindow> GetActiveInspector();
 
     // ---- Folders and items ---------------------------------------------------------------
     // "Root\" is optional; an empty component ends the walk. nullptr when the path cannot be

@@ -15,11 +15,11 @@ std::shared_ptr<OlNameSpace> OlApplication::GetNamespace(const QString& type)
     return m_namespace;
 }
 
-std::shared_ptr<OlInspector> OlApplication::ActiveInspector() const
+std::shared_ptr<OlItemWindow> OlApplication::ActiveInspector() const
 {
     if (m_inspectorFile.isEmpty())
         return nullptr;
-    return std::make_shared<OlInspector>(m_inspectorFile);
+    return std::make_shared<OlItemWindow>(m_inspectorFile);
 }
 
 void OlApplication::setActiveInspectorFile(const QString& path)

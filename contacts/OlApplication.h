@@ -1,6 +1,6 @@
 #pragma once
 
-#include "contacts/OlInspector.h"
+#include "contacts/OlItemWindow.h"
 #include "contacts/OlNameSpace.h"
 #include "contacts/OlStoreRoots.h"
 
@@ -22,7 +22,7 @@ public:
     std::shared_ptr<OlNameSpace> GetNamespace(const QString& type);
 
     // The open item; nullptr when no file was handed over.
-    std::shared_ptr<OlInspector> ActiveInspector() const;
+    std::shared_ptr<OlItemWindow> ActiveInspector() const;
     // The file most recently handed over; an empty path closes the inspector.
     void setActiveInspectorFile(const QString& path);
     const QString& activeInspectorFile() const { return m_inspectorFile; }

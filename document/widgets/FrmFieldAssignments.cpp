@@ -7,7 +7,7 @@
 #include "document/widgets/EntryTextCheck.h"
 #include "document/widgets/FrmOptions.h"
 #include "document/widgets/ListIcons.h"
-#include "document/widgets/SpecialFieldsText.h"
+#include "document/widgets/NameValueText.h"
 #include "util/ErrorRoutine.h"
 #include "util/UserInterface.h"
 #include "util/widgets/ShowHelp.h"
@@ -422,7 +422,7 @@ void FrmFieldAssignments::cboOutlookFieldCategories_Click()
             break;
         }
         case Category::Special:
-            lstOutlookFields->addItems(SpecialFieldsText::names(m_specialFieldsString));
+            lstOutlookFields->addItems(NameValueText::names(m_specialFieldsString));
             break;
         default:
             lstOutlookFields->addItems(fixedCategoryFields(category));

@@ -5,7 +5,7 @@
 #include "document/FieldAssignmentList.h"
 #include "document/widgets/EntryTextCheck.h"
 #include "document/widgets/ListIcons.h"
-#include "document/widgets/SpecialFieldsText.h"
+#include "document/widgets/NameValueText.h"
 #include "util/ErrorRoutine.h"
 #include "util/UserInterface.h"
 #include "util/widgets/ShowHelp.h"
@@ -285,8 +285,8 @@ void FrmOptions::fillSpecialFields()
 {
     lvwSpecialFields->clear();
     const QIcon icon = ListIcons::field();
-    for (const SpecialFieldsText::Entry& entry :
-         SpecialFieldsText::entries(m_specialFieldsString)) {
+    for (const NameValueText::Entry& entry :
+         NameValueText::entries(m_specialFieldsString)) {
         auto* item = new QTreeWidgetItem(lvwSpecialFields, {entry.name, entry.value});
         item->setIcon(0, icon);
     }
@@ -474,12 +474,12 @@ void FrmOptions::cmdOK_Click()
                 msgBox(ClsWord::notInstalledText(m_versions[row]), Mb::OkOnly + Mb::Exclamation);
         }
 
-        QList<SpecialFieldsText::Entry> entries;
+        QList<NameValueText::Entry> entries;
         for (int i = 0; i < lvwSpecialFields->topLevelItemCount(); ++i) {
             const QTreeWidgetItem* row = lvwSpecialFields->topLevelItem(i);
             entries.append({row->text(0), row->text(1)});
         }
-        m_specialFieldsString = SpecialFieldsText::compose(entries);
+        m_specialFieldsString = NameValueText::compose(entries);
         accept();
     });
 }

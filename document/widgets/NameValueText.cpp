@@ -1,8 +1,8 @@
-#include "document/widgets/SpecialFieldsText.h"
+#include "document/widgets/NameValueText.h"
 
 #include <QStringList>
 
-namespace SpecialFieldsText
+namespace NameValueText
 {
 
 QList<Entry> entries(const QString& specialFieldsString)
@@ -35,4 +35,4 @@ QString compose(const QList<Entry>& entries)
     return pieces.join(QLatin1Char('|'));
 }
 
-} // namespace SpecialFieldsText
+} // namespace NameValueText

@@ -1,4 +1,4 @@
-#include "contacts/OlInspector.h"
+#include "contacts/OlItemWindow.h"
 
 #include "contacts/VCardReader.h"
 #include "util/ErrorRoutine.h"
@@ -6,9 +6,9 @@
 #include <QFile>
 #include <QFileInfo>
 
-OlInspector::OlInspector(QString filePath) : m_filePath(std::move(filePath)) {}
+OlItemWindow::OlItemWindow(QString filePath) : m_filePath(std::move(filePath)) {}
 
-OlItem OlInspector::CurrentItem() const
+OlItem OlItemWindow::CurrentItem() const
 {
     const QString subject = QFileInfo(m_filePath).fileName();
     QFile file(m_filePath);

@@ -3,8 +3,8 @@
 #include <QList>
 #include <QString>
 
-// The special fields string, "name=value|name=value|...", as rows and back.
-namespace SpecialFieldsText
+// A "name=value|name=value|..." string (the special fields) as rows and back.
+namespace NameValueText
 {
 
 struct Entry {
@@ -21,4 +21,4 @@ QStringList names(const QString& specialFieldsString);
 // name "=" value per entry, joined by "|" (no trailing "|"); no entries give "".
 QString compose(const QList<Entry>& entries);
 
-} // namespace SpecialFieldsText
+} // namespace NameValueText

@@ -1,5 +1,6 @@
 #include "contacts/ClsOutlookVgContactFolder.h"
 #include "contacts/VCardReader.h"
+#include "tests/contacts/StoreTestKit.h"
 #include "tests/support/ScriptedUserInterface.h"
 #include "tests/support/TestEnvironment.h"
 #include "util/ZwError.h"
@@ -14,21 +15,10 @@
 #include <functional>
 #include <unistd.h>
 
+using namespace storekit;
+
 namespace
 {
-
-void put(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    QVERIFY2(f.open(QIODevice::WriteOnly), qPrintable(path));
-    f.write(bytes);
-}
-
-QByteArray card(const QByteArray& n, const QByteArray& more = {})
-{
-    return "BEGIN:VCARD\r\nVERSION:3.0\r\nN:" + n + "\r\n" + more + "END:VCARD\r\n";
-}
 
 // "icon|text" of each recorded box.
 QStringList shown(const QList<ScriptedUserInterface::Box>& boxes)
@@ -40,16 +30,6 @@ QStringList shown(const QList<ScriptedUserInterface::Box>& boxes)
 }
 
 // The error a call raises; number 0 when it raises none.
-ZwError errorOf(const std::function<void()>& call)
-{
-    try {
-        call();
-    } catch (const ZwError& e) {
-        return e;
-    }
-    return ZwError(0, QString());
-}
-
 const QString kErrorBoxStart = QStringLiteral("32|Fehler: GetFolderByPath\r\n");
 
 } // namespace
@@ -68,10 +48,7 @@ class TstClsOutlookVgContactFolder : public QObject
 
     std::unique_ptr<ClsOutlookVgContactFolder> logon(bool withPublic = true)
     {
-        OlStoreRoots roots;
-        roots.personal = personal();
-        roots.publicFolders = withPublic ? publicRoot() : QString();
-        m_app = std::make_shared<OlApplication>(roots);
+        m_app = std::make_shared<OlApplication>(storeRoots(m_dir->path(), withPublic));
         auto folder = std::make_unique<ClsOutlookVgContactFolder>(m_app);
         if (!folder->OutlookLogon())
             return nullptr;

@@ -3,6 +3,7 @@
 #include "contacts/OlStoreRoots.h"
 #include "contacts/VCardFolderIndex.h"
 #include "contacts/VCardReader.h"
+#include "tests/contacts/StoreTestKit.h"
 #include "tests/support/TestEnvironment.h"
 #include "util/ZwError.h"
 
@@ -12,15 +13,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+using namespace storekit;
+
 namespace
 {
-
-void put(const QString& path, const QByteArray& bytes)
-{
-    QFile f(path);
-    QVERIFY2(f.open(QIODevice::WriteOnly | QIODevice::Truncate), qPrintable(path));
-    QCOMPARE(f.write(bytes), bytes.size());
-}
 
 QString describe(const OlItemRow& r)
 {

@@ -1,5 +1,6 @@
 #include "contacts/OlApplication.h"
 #include "contacts/VCardReader.h"
+#include "tests/contacts/StoreTestKit.h"
 #include "tests/support/TestEnvironment.h"
 #include "util/ZwError.h"
 
@@ -15,33 +16,12 @@
 #include <functional>
 #include <unistd.h>
 
+using namespace storekit;
+
 namespace
 {
 
-void put(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    QVERIFY2(f.open(QIODevice::WriteOnly), qPrintable(path));
-    f.write(bytes);
-}
-
-QByteArray card(const QByteArray& n, const QByteArray& more = {}, const QByteArray& version = "3.0")
-{
-    return "BEGIN:VCARD\r\nVERSION:" + version + "\r\nN:" + n + "\r\n" + more + "END:VCARD\r\n";
-}
-
 // The error a call raises; number 0 when it raises none.
-ZwError errorOf(const std::function<void()>& call)
-{
-    try {
-        call();
-    } catch (const ZwError& e) {
-        return e;
-    }
-    return ZwError(0, QString());
-}
-
 QStringList lastNames(const OlItems& items)
 {
     QStringList out;
@@ -66,10 +46,7 @@ class TstOlSession : public QObject
 
     std::shared_ptr<OlNameSpace> logon(bool withPublic = true)
     {
-        OlStoreRoots roots;
-        roots.personal = personal();
-        roots.publicFolders = withPublic ? publicRoot() : QString();
-        m_app = std::make_shared<OlApplication>(roots);
+        m_app = std::make_shared<OlApplication>(storeRoots(m_dir->path(), withPublic));
         m_ns = m_app->GetNamespace(QStringLiteral("MAPI"));
         m_ns->Logon();
         return m_ns;

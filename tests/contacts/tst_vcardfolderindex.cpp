@@ -1,6 +1,7 @@
 #include "contacts/OlItemRow.h"
 #include "contacts/VCardFolderIndex.h"
 #include "contacts/VCardReader.h"
+#include "tests/contacts/StoreTestKit.h"
 #include "tests/support/TestEnvironment.h"
 #include "util/ZwError.h"
 
@@ -13,17 +14,12 @@
 #include <algorithm>
 #include <sys/stat.h>
 
+using namespace storekit;
+
 namespace
 {
 
 const QString kLocation = QStringLiteral("Persönliche Ordner\\Kontakte");
-
-void put(const QString& path, const QByteArray& bytes)
-{
-    QFile f(path);
-    QVERIFY2(f.open(QIODevice::WriteOnly | QIODevice::Truncate), qPrintable(path));
-    QCOMPARE(f.write(bytes), bytes.size());
-}
 
 QByteArray card(int n)
 {

@@ -200,6 +200,23 @@ bool acquireLock(QLockFile& lock, const QString& lockPath, int timeoutMs)
     }
 }
 
+// Removes what writers killed mid-save left: QSaveFile's temporary "<file>." + six letters
+// or digits. Called under the writers' lock, when no living writer can own one.
+void removeLeftovers(const QString& path)
+{
+    const QFileInfo info(path);
+    const QString prefix = info.fileName() + u'.';
+    const QDir dir = info.absoluteDir();
+    const QStringList names =
+        dir.entryList({prefix + QStringLiteral("??????")}, QDir::Files | QDir::Hidden);
+    for (const QString& name : names) {
+        const QStringView tail = QStringView(name).sliced(prefix.size());
+        if (std::all_of(tail.begin(), tail.end(),
+                        [](QChar c) { return c.unicode() < 0x80 && c.isLetterOrNumber(); }))
+            QFile::remove(dir.filePath(name));
+    }
+}
+
 // Runs the reports collected during a call once the call is done, so that no lock is
 // held while a message box is open.
 struct ReportFlush {
@@ -227,6 +244,12 @@ FileRegistryBackend::FileRegistryBackend(const QString& userFolder, const QStrin
 }
 
 FileRegistryBackend::~FileRegistryBackend() = default;
+
+void FileRegistryBackend::makeReadOnly()
+{
+    for (auto& [root, store] : m_stores)
+        store.readOnly = true;
+}
 
 QString FileRegistryBackend::defaultUserFolder()
 {
@@ -428,6 +451,7 @@ long FileRegistryBackend::modify(Store& store, const QStringList& path,
     if (!changed)
         return Reg::Success;
 
+    removeLeftovers(store.path);
     QSaveFile out(store.path);
     if (!out.open(QIODevice::WriteOnly)) {
         store.loaded = false;
@@ -536,6 +560,9 @@ long FileRegistryBackend::createKey(HKey key, const QString& subKey, quint32 acc
         return Reg::AccessDenied;
     if (const long status = splitPath(subKey, parts))
         return status;
+    // Deeper keys would make a file that every reader refuses.
+    if (base.path.size() + parts.size() > RegeditFormat::kMaxDepth)
+        return Reg::InvalidParameter;
     Store& store = *storeOf(base.root);
 
     QStringList spelled = base.path;

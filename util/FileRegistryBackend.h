@@ -43,6 +43,9 @@ using RegistryReporter = std::function<void(const QString& germanText)>;
 // modification time; every write renames a new file into place) is compared with the one
 // read last, and a changed file is read again.
 //
+// Leftovers of a writer killed mid-save (QSaveFile's "<file>.XXXXXX") are removed by the next
+// writer, under the lock: no living writer can own one then.
+//
 // A file that cannot be parsed is never written over: it is renamed beside as
 // "<file>.defekt-yyyyMMdd-HHmmss", reported once through the reporter, and the store goes on
 // empty. If it cannot be renamed (or it is the read-only machine file) it stays untouched,
@@ -78,6 +81,10 @@ public:
     void setOsReleaseFile(const QString& path) { m_osRelease = path; }
     // How long a writer waits for another one's lock before giving up with 33.
     void setLockTimeout(int milliseconds) { m_lockTimeoutMs = milliseconds; }
+    // For a program that only reads the settings (the command line): every root behaves as
+    // the machine file does. Writes give 5, and a damaged file is reported but left where it
+    // lies, for the program to move aside on its next start.
+    void makeReadOnly();
 
     long openKey(HKey key, const QString& subKey, quint32 access, HKey& result) override;
     long createKey(HKey key, const QString& subKey, quint32 access, HKey& result,

@@ -3,7 +3,6 @@
 #include "contacts/VCardReader.h"
 #include "util/ErrorRoutine.h"
 
-#include <QFile>
 #include <QFileInfo>
 
 OlItemWindow::OlItemWindow(QString filePath) : m_filePath(std::move(filePath)) {}
@@ -11,14 +10,14 @@ OlItemWindow::OlItemWindow(QString filePath) : m_filePath(std::move(filePath)) {
 OlItem OlItemWindow::CurrentItem() const
 {
     const QString subject = QFileInfo(m_filePath).fileName();
-    QFile file(m_filePath);
-    if (!file.open(QIODevice::ReadOnly)) {
-        VuLog(LogLevel::Warning, QStringLiteral("Die geöffnete Datei '%1' kann nicht gelesen "
-                                                "werden: %2")
-                                     .arg(m_filePath, file.errorString()));
+    // A device, a pipe or a huge file handed over is refused before reading, not read whole.
+    QByteArray bytes;
+    QString problem;
+    if (!VCardReader::loadFile(m_filePath, bytes, problem)) {
+        VuLog(LogLevel::Warning,
+              QStringLiteral("Die geöffnete Datei kann nicht gelesen werden: ") + problem);
         return OlItem::other(QStringLiteral("IPM.Note"), m_filePath, subject);
     }
-    const QByteArray bytes = file.readAll();
     const VCardReader::Result r = VCardReader::read(bytes);
     for (const VCardReader::Issue& issue : r.issues)
         VuLog(LogLevel::Warning, QStringLiteral("Datei '%1': %2").arg(m_filePath, issue.message));

@@ -42,22 +42,32 @@ ContactItem CliContactSource::fromFile(const QString& path, int number)
                          QStringLiteral("'%1' ist ein Ordner, keine vCard-Datei. Für einen "
                                         "Kontaktordner der Sitzung gilt --ordner.")
                              .arg(shown(path)));
-    const VCardReader::Result read = VCardReader::readFile(info.absoluteFilePath());
-    if (read.cards.isEmpty()) {
+    // Only the wanted card is parsed: memory stays near the file's size however many
+    // cards it holds.
+    QByteArray bytes;
+    QString problem;
+    if (!VCardReader::loadFile(info.absoluteFilePath(), bytes, problem))
+        throw CliFailure(CliExitCode::ContactMissing, problem);
+    bytes = VCardReader::normalizeEncoding(bytes);
+    QList<VCardReader::Issue> issues;
+    const QList<VCardReader::Chunk> chunks = VCardReader::split(bytes, &issues);
+    if (chunks.isEmpty()) {
         QString message =
             QStringLiteral("Die Datei '%1' enthält keinen lesbaren Kontakt.").arg(shown(path));
-        if (!read.issues.isEmpty())
-            message += u'\n' + read.issues.first().message;
+        if (!issues.isEmpty())
+            message += u'\n' + issues.first().message;
         throw CliFailure(CliExitCode::ContactMissing, message);
     }
-    if (number > read.cards.size())
+    if (number > chunks.size())
         throw CliFailure(CliExitCode::ContactMissing,
                          QStringLiteral("Die Datei '%1' enthält nur %2 Kontakt(e); Nummer %3 gibt "
                                         "es nicht.")
                              .arg(shown(path))
-                             .arg(read.cards.size())
+                             .arg(chunks.size())
                              .arg(number));
-    const VCard& card = read.cards.at(number - 1);
+    const VCardReader::Chunk& chunk = chunks.at(number - 1);
+    const VCard card =
+        VCardReader::parse(QByteArrayView(bytes).sliced(chunk.offset, chunk.size), chunk.line);
     if (OlItem::messageClassOf(card) != QLatin1String("IPM.Contact"))
         throw CliFailure(CliExitCode::ContactMissing,
                          QStringLiteral("Die Karte Nr. %1 in '%2' ist kein Kontakt, sondern eine "

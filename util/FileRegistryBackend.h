@@ -43,8 +43,8 @@ using RegistryReporter = std::function<void(const QString& germanText)>;
 // modification time; every write renames a new file into place) is compared with the one
 // read last, and a changed file is read again.
 //
-// Leftovers of a writer killed mid-save (QSaveFile's "<file>.XXXXXX") are removed by the next
-// writer, under the lock: no living writer can own one then.
+// Leftovers of a writer killed mid-save (QSaveFile's "<file>.XXXXXX", a "<file>.lock.rmlock"
+// whose process is gone) are removed by the next writer, under the lock.
 //
 // A file that cannot be parsed is never written over: it is renamed beside as
 // "<file>.defekt-yyyyMMdd-HHmmss", reported once through the reporter, and the store goes on

@@ -14,6 +14,7 @@
 #include <QTest>
 #include <QThread>
 #include <cstdio>
+#include <sys/stat.h>
 
 namespace
 {
@@ -293,6 +294,36 @@ private Q_SLOTS:
                                                  "[HKEY_CURRENT_USER\\Software]\n\n"));
     }
 
+    // A pipe is never opened (it would block), a huge file never read; both are damage.
+    void settingsFileThatIsNoRegularFile_data()
+    {
+        QTest::addColumn<bool>("pipe");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("pipe") << true << "ist beschädigt (keine gewöhnliche Datei)";
+        QTest::newRow("5 GB") << false << "ist beschädigt (größer als 64 MB)";
+    }
+    void settingsFileThatIsNoRegularFile()
+    {
+        QFETCH(bool, pipe);
+        QFETCH(QString, reason);
+        QDir().mkpath(folder());
+        if (pipe) {
+            QCOMPARE(::mkfifo(QFile::encodeName(userFile()).constData(), 0600), 0);
+        } else {
+            QFile f(userFile());
+            QVERIFY(f.open(QIODevice::WriteOnly) && f.resize(5LL << 30));
+        }
+        auto b = newBackend();
+        createAppKey(*b);
+        QCOMPARE(m_reports.size(), 1);
+        QVERIFY2(m_reports[0].contains(reason), qPrintable(m_reports[0]));
+        QCOMPARE(QDir(folder())
+                     .entryList({QStringLiteral("*.defekt-*")}, QDir::Files | QDir::System)
+                     .size(),
+                 1);
+        QVERIFY(QFileInfo(userFile()).isFile());
+    }
+
     // The command line only reads: it reports a damaged file and leaves it for the program.
     void readOnlyStoreLeavesADamagedFileWhereItLies()
     {
@@ -322,11 +353,27 @@ private Q_SLOTS:
         const QStringList kept{"HKEY_CURRENT_USER.reg",
                                "HKEY_CURRENT_USER.reg.defekt-20260101-120000",
                                "HKEY_CURRENT_USER.reg.lock.rmlock", "HKEY_CURRENT_USER.reg.txt"};
-        for (const QString& name : kept.mid(1) + QStringList{"HKEY_CURRENT_USER.reg.Ab12Cd"})
+        for (const QString& name :
+             {kept[1], kept[3], QStringLiteral("HKEY_CURRENT_USER.reg.Ab12Cd")})
             writeFile(folder() + u'/' + name, "x");
+        // The lock guarding stale-lock removal stays while its process lives ...
+        const QString rmlockPath = folder() + u'/' + kept[2];
+        QLockFile living(rmlockPath);
+        QVERIFY(living.tryLock());
         QCOMPARE(setText(*b, kAppKey, QStringLiteral("A"), QStringLiteral("1")), Reg::Success);
-        QStringList left = QDir(folder()).entryList(QDir::Files);
-        QCOMPARE(left, kept);
+        QCOMPARE(QDir(folder()).entryList(QDir::Files), kept);
+
+        // ... and goes once its process is gone.
+        QByteArray info = readAll(rmlockPath);
+        living.unlock();
+        QProcess gone;
+        gone.start(QStringLiteral("true"));
+        QVERIFY(gone.waitForStarted());
+        const QByteArray deadPid = QByteArray::number(gone.processId());
+        QVERIFY(gone.waitForFinished());
+        writeFile(rmlockPath, info.replace(0, info.indexOf('\n'), deadPid));
+        QCOMPARE(setText(*b, kAppKey, QStringLiteral("A"), QStringLiteral("2")), Reg::Success);
+        QVERIFY(!QFileInfo::exists(rmlockPath));
     }
 
     // Freeing a tree never recurses, however deep it is.

@@ -18,11 +18,18 @@ OlItem OlItemWindow::CurrentItem() const
               QStringLiteral("Die geöffnete Datei kann nicht gelesen werden: ") + problem);
         return OlItem::other(QStringLiteral("IPM.Note"), m_filePath, subject);
     }
-    const VCardReader::Result r = VCardReader::read(bytes);
-    for (const VCardReader::Issue& issue : r.issues)
+    // Only the first card is the open item: the others are not parsed at all.
+    const QByteArray data = VCardReader::normalizeEncoding(bytes);
+    QList<VCardReader::Issue> issues;
+    const QList<VCardReader::Chunk> chunks = VCardReader::split(data, &issues);
+    for (const VCardReader::Issue& issue : std::as_const(issues))
         VuLog(LogLevel::Warning, QStringLiteral("Datei '%1': %2").arg(m_filePath, issue.message));
-    if (!r.cards.isEmpty())
-        return OlItem(ContactItem(r.cards.first(), m_filePath, 0), m_filePath);
+    if (!chunks.isEmpty()) {
+        const VCardReader::Chunk& first = chunks.first();
+        const VCard card =
+            VCardReader::parse(QByteArrayView(data).sliced(first.offset, first.size), first.line);
+        return OlItem(ContactItem(card, m_filePath, 0), m_filePath);
+    }
     const QByteArray head = bytes.left(4096).trimmed();
     const bool calendar = head.startsWith("\xEF\xBB\xBF")
                               ? head.mid(3).toUpper().startsWith("BEGIN:VCALENDAR")

@@ -495,13 +495,15 @@ QList<VCardReader::Chunk> VCardReader::split(QByteArrayView data, QList<Issue>* 
     bool agentPending = false; // the last line was "AGENT:" with its card to follow
     Chunk current;
 
+    // The message is only composed for the issues that are kept: a file of millions of
+    // broken cards must not spend its time formatting texts nobody reads.
     int reported = 0;
     int notReported = 0;
-    auto report = [&](int line, qint64 offset, const QString& message) {
+    auto report = [&](int line, qint64 offset, const auto& message) {
         if (!issues)
             return;
         if (reported++ < kMaxIssuesPerFile)
-            issues->append({line, offset, message});
+            issues->append({line, offset, message()});
         else
             ++notReported;
     };
@@ -509,9 +511,10 @@ QList<VCardReader::Chunk> VCardReader::split(QByteArrayView data, QList<Issue>* 
         current.size = (end - base) - current.offset;
         const QByteArrayView bytes(base + current.offset, current.size);
         if (std::memchr(bytes.data(), 0, size_t(bytes.size())) != nullptr) {
-            report(current.line, current.offset,
-                   cardWord(current.line) +
-                       QStringLiteral(" enthält Binärdaten (Nullbytes) und wird übersprungen."));
+            report(current.line, current.offset, [&] {
+                return cardWord(current.line) +
+                       QStringLiteral(" enthält Binärdaten (Nullbytes) und wird übersprungen.");
+            });
             return;
         }
         // Something besides BEGIN and END?
@@ -526,9 +529,10 @@ QList<VCardReader::Chunk> VCardReader::split(QByteArrayView data, QList<Issue>* 
             q = l.next;
         }
         if (!hasContent) {
-            report(current.line, current.offset,
-                   cardWord(current.line) +
-                       QStringLiteral(" enthält keine Angaben und wird übersprungen."));
+            report(current.line, current.offset, [&] {
+                return cardWord(current.line) +
+                       QStringLiteral(" enthält keine Angaben und wird übersprungen.");
+            });
             return;
         }
         chunks.append(current);
@@ -550,11 +554,12 @@ QList<VCardReader::Chunk> VCardReader::split(QByteArrayView data, QList<Issue>* 
             if (agentPending) {
                 ++depth;
             } else {
-                report(current.line, current.offset,
-                       cardWord(current.line) +
+                report(current.line, current.offset, [&] {
+                    return cardWord(current.line) +
                            QStringLiteral(" endet nicht mit END:VCARD, bevor in Zeile %1 der "
                                           "nächste beginnt; er wird übersprungen.")
-                               .arg(thisLine));
+                               .arg(thisLine);
+                });
                 const char* start = startsWithBom(pl.begin, pl.end) ? pl.begin + 3 : pl.begin;
                 current = Chunk{start - base, 0, thisLine};
                 depth = 0;
@@ -576,13 +581,16 @@ QList<VCardReader::Chunk> VCardReader::split(QByteArrayView data, QList<Issue>* 
         p = pl.next;
     }
     if (inside) {
-        report(current.line, current.offset,
-               cardWord(current.line) +
+        report(current.line, current.offset, [&] {
+            return cardWord(current.line) +
                    QStringLiteral(" endet nicht mit END:VCARD (Datei unvollständig?); er wird "
-                                  "übersprungen."));
+                                  "übersprungen.");
+        });
     }
     if (!sawAnyBegin && !trimmedEnd(data.data(), data.data() + data.size()).trimmed().isEmpty())
-        report(0, 0, QStringLiteral("Die Datei enthält keinen Kontakt (BEGIN:VCARD fehlt)."));
+        report(0, 0, [&] {
+            return QStringLiteral("Die Datei enthält keinen Kontakt (BEGIN:VCARD fehlt).");
+        });
     if (notReported > 0)
         issues->append({0, 0,
                         QStringLiteral("%1 weitere fehlerhafte Kontakte der Datei werden "

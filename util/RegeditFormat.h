@@ -18,9 +18,8 @@ struct RegistryValue {
 // the registry lists them: by upper-case name). Names compare without regard to case; the
 // spelling of the first writer is kept.
 //
-// A tree may be as deep as its file says; tearing it down and writing it out never recurse
-// (the stack would run out long before the heap), so even a file that the parser refuses
-// half-way cannot crash the program.
+// Tearing a tree down and writing it out never recurse: the stack would run out long before
+// the heap, so no depth a tree reaches can crash the program.
 struct RegistryNode {
     QString name;
     QList<RegistryValue> values;

@@ -704,6 +704,9 @@ long FileRegistryBackend::setValue(HKey key, const QString& valueName, quint32 t
     case Reg::TypeSz:
     case Reg::TypeExpandSz:
         value.data.text = size == 0 ? QString() : data.text.left(qsizetype(size) - 1);
+        // A lone surrogate has no UTF-8 form: it could not be read back as it was set.
+        if (!QStringView(value.data.text).isValidUtf16())
+            return Reg::InvalidParameter;
         break;
     case Reg::TypeDword:
         if (size != 4)

@@ -30,7 +30,9 @@ using RegistryReporter = std::function<void(const QString& germanText)>;
 // Access rights are checked as Windows checks them, per call on the handle's rights:
 // querying needs Reg::QueryValue, setting and deleting values Reg::SetValue, creating
 // sub-keys Reg::CreateSubKey, enumerating Reg::EnumerateSubKeys; otherwise 5. Names
-// holding control characters are refused with 87 (they would break the file's lines).
+// holding control characters are refused with 87 (they would break the file's lines), and so
+// are keys deeper than 512 levels and texts that are no valid UTF-16 (a lone surrogate).
+// Every other text reads back exactly as set, U+0000 included.
 //
 // Writes never lose data, also with several running copies: each one takes a lock file
 // (QLockFile, "<file>.lock"), reads the file afresh, applies its one change and writes the

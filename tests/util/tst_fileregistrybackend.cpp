@@ -425,6 +425,7 @@ private Q_SLOTS:
         QTest::newRow("value name with a line break") << "name break" << Reg::InvalidParameter;
         QTest::newRow("key name with a line break") << "key break" << Reg::InvalidParameter;
         QTest::newRow("key 513 levels deep") << "too deep" << Reg::InvalidParameter;
+        QTest::newRow("text with a lone surrogate") << "surrogate" << Reg::InvalidParameter;
     }
     void callsKeepTheirStatusCodes()
     {
@@ -470,7 +471,10 @@ private Q_SLOTS:
         else if (call == u"too deep") // below the three levels of the application key
             got = b->createKey(key, QStringList(510, QStringLiteral("k")).join(u'\\'),
                                Reg::AllSpecific, other, nullptr);
-        else if (call == u"dword size")
+        else if (call == u"surrogate") {
+            d.text = QStringLiteral("a") + QChar(0xD800);
+            got = b->setValue(key, QStringLiteral("A"), Reg::TypeSz, d, 3);
+        } else if (call == u"dword size")
             got = b->setValue(key, QStringLiteral("N"), Reg::TypeDword, d, 2);
         QCOMPARE(got, status);
     }

@@ -300,7 +300,7 @@ private Q_SLOTS:
         QTest::addColumn<bool>("pipe");
         QTest::addColumn<QString>("reason");
         QTest::newRow("pipe") << true << "ist beschädigt (keine gewöhnliche Datei)";
-        QTest::newRow("5 GB") << false << "ist beschädigt (größer als 64 MB)";
+        QTest::newRow("one byte over 64 MB") << false << "ist beschädigt (größer als 64 MB)";
     }
     void settingsFileThatIsNoRegularFile()
     {
@@ -311,7 +311,7 @@ private Q_SLOTS:
             QCOMPARE(::mkfifo(QFile::encodeName(userFile()).constData(), 0600), 0);
         } else {
             QFile f(userFile());
-            QVERIFY(f.open(QIODevice::WriteOnly) && f.resize(5LL << 30));
+            QVERIFY(f.open(QIODevice::WriteOnly) && f.resize((64LL << 20) + 1));
         }
         auto b = newBackend();
         createAppKey(*b);

@@ -457,11 +457,14 @@ QString joined(const QStringList& values, QStringView sep)
     return nonEmpty.join(sep);
 }
 
-// Outlook 2003 writes no X-MS- line. Its cards have no PRODID, a REV in the basic UTC form
-// (20121012T210525Z) and none of the marks other exporters leave. The test does not look at
-// the version, so the card reads the same after it was written back as 3.0.
+// Outlook 2003 writes no X-MS- line. Its cards are 2.1, have no PRODID, a REV in the basic
+// UTC form (20121012T210525Z) and none of the marks other exporters leave. Many 3.0 and 4.0
+// writers also leave out PRODID and write such a REV; taking their cards for Outlook's would
+// turn a "c/o" line into the office, so only a 2.1 card is judged by these signs.
 bool looksLikeOldOutlook(const VCard& card)
 {
+    if (card.version() != VCardVersion::V21)
+        return false;
     bool basicRev = false;
     for (const VCardProperty& p : card.properties()) {
         if (p.malformed)
@@ -479,6 +482,15 @@ bool looksLikeOldOutlook(const VCard& card)
         }
     }
     return basicRev;
+}
+
+bool prodIdNamesOutlook(const VCard& card)
+{
+    for (const VCardProperty& p : card.properties())
+        if (!p.malformed && p.isNamed("PRODID") &&
+            p.text().contains(QLatin1String("Outlook"), Qt::CaseInsensitive))
+            return true;
+    return false;
 }
 
 // Apple marks company cards with X-ABShowAs:COMPANY (KDE turns the name into
@@ -545,7 +557,10 @@ const ContactItem::Mapping& ContactItem::mapping() const
             m->fromOutlook = true;
     }
     if (!m->fromOutlook)
-        m->fromOutlook = looksLikeOldOutlook(m_card);
+        m->fromOutlook = looksLikeOldOutlook(m_card) || prodIdNamesOutlook(m_card);
+    // Outlook writes no 4.0 cards.
+    if (m_card.version() == VCardVersion::V40)
+        m->fromOutlook = false;
 
     // Addresses.
     QList<int> adrClass[AdrClassCount];

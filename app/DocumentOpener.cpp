@@ -60,8 +60,10 @@ bool DocumentOpener::launch(const QString& path) const
                 return false;
             const int code = rc.readAll().trimmed().toInt();
             if (code != 0)
-                VuLog(LogLevel::Warning,
-                      QStringLiteral("'%1' endete mit %2 für '%3'").arg(m_launcher).arg(code).arg(path));
+                VuLog(LogLevel::Warning, QStringLiteral("'%1' endete mit %2 für '%3'")
+                                             .arg(m_launcher)
+                                             .arg(code)
+                                             .arg(path));
             return code == 0;
         }
         ui().doEvents();

@@ -295,6 +295,9 @@ QWidget* FrmMain::buildStepRecipient()
         lblStreet[i]->setObjectName(indexed("lblStreet", i));
         lblZIP[i] = detailLabel("", fraAddress);
         lblZIP[i]->setObjectName(indexed("lblZIP", i));
+        // The postcode column does not stretch: it keeps room for a whole postcode.
+        lblZIP[i]->setMinimumWidth(
+            lblZIP[i]->fontMetrics().horizontalAdvance(QStringLiteral("D-000000")));
         lblCity[i] = detailLabel("", fraAddress);
         lblCity[i]->setObjectName(indexed("lblCity", i));
         lblCountry[i] = detailLabel("", fraAddress);
@@ -304,6 +307,7 @@ QWidget* FrmMain::buildStepRecipient()
         details->addWidget(lblCity[i], 5, 1);
         details->addWidget(lblCountry[i], 5, 2);
     }
+    details->setColumnMinimumWidth(0, lblZIP[0]->minimumWidth());
     frameRow->addLayout(details, 1);
     auto* addressChoice = new QVBoxLayout;
     addressChoice->setSpacing(2);

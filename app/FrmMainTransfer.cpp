@@ -67,16 +67,17 @@ void FrmMain::cmdFinish_Click()
         const WordDocument document = word.CreateDocument(dotFile, true, false);
         // The letter is named after the template and its recipient.
         if (document && m_currentContact)
-            document->setRecipientName(m_currentContact->value(QStringLiteral("FileAs")).toString());
+            document->setRecipientName(
+                m_currentContact->value(QStringLiteral("FileAs")).toString());
 
         SetStatus(QStringLiteral("Text übertragen..."));
         FillWordBookmarks(m_g.fieldAssignmentList, position, word, document, contactResolver(),
                           m_g.specialFieldsString);
+        SetStatus(QStringLiteral("Bereit"));
 
         // The word processor logs why a document could not be made or saved; the user
         // must hear of it, or the letter is silently missing.
         if (!document || document->savedPath().isEmpty()) {
-            SetStatus(QStringLiteral("Bereit"));
             ui().beep();
             if (word.lastErrorNumber() == DocumentError::BadTemplate) {
                 msgBox(QStringLiteral("Die Vorlagendatei '") + dotFile +

@@ -70,9 +70,8 @@ private:
     // The file name without folder and last extension; both "/" and "\\" separate folders.
     static QString templateBaseName(const QString& path)
     {
-        QString name = path.mid(qMax(path.lastIndexOf(QLatin1Char('/')),
-                                     path.lastIndexOf(QLatin1Char('\\'))) +
-                                1);
+        QString name = path.mid(
+            qMax(path.lastIndexOf(QLatin1Char('/')), path.lastIndexOf(QLatin1Char('\\'))) + 1);
         const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
         return dot > 0 ? name.left(dot) : name;
     }

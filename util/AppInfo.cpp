@@ -49,7 +49,8 @@ QString dataFolder()
 {
     const QString program = programFolder();
     const QDir beside(program);
-    if (beside.exists(QStringLiteral("Bsp-Brief.dotx")) || beside.exists(title() + QStringLiteral(".html")))
+    if (beside.exists(QStringLiteral("Bsp-Brief.dotx")) ||
+        beside.exists(title() + QStringLiteral(".html")))
         return program;
 #ifdef ZW_DATA_RELATIVE
     // Installed: the data folder lies where the install put it relative to the program.

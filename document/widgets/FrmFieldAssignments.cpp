@@ -573,18 +573,14 @@ void FrmFieldAssignments::cmdGetDocBookmarks_Click()
             m_word.CreateDocument(m_currentDotFile, chkWordVisible->isChecked(), true);
         if (!document) {
             setStatus(QStringLiteral("Bereit"));
-            // Without a word the list would just stay as it was.
-            ui().beep();
-            QString text = m_word.lastErrorNumber() == DocumentError::BadTemplate
-                               ? QStringLiteral("Die Vorlagendatei '") + m_currentDotFile +
-                                     QStringLiteral("' ist beschädigt und kann nicht "
-                                                    "verwendet werden!")
-                               : QStringLiteral("Die Textmarken der Vorlagendatei '") +
-                                     m_currentDotFile +
-                                     QStringLiteral("' konnten nicht ausgelesen werden!");
-            if (!m_word.lastErrorDescription().isEmpty())
-                text += kCrLf + kCrLf + m_word.lastErrorDescription();
-            msgBox(text, Mb::OkOnly + Mb::Critical);
+            // A damaged template would otherwise leave the list as it was, without a word.
+            if (m_word.lastErrorNumber() == DocumentError::BadTemplate) {
+                ui().beep();
+                msgBox(QStringLiteral("Die Vorlagendatei '") + m_currentDotFile +
+                           QStringLiteral("' ist beschädigt und kann nicht verwendet werden!") +
+                           kCrLf + kCrLf + m_word.lastErrorDescription(),
+                       Mb::OkOnly + Mb::Critical);
+            }
             return;
         }
         setStatus(QStringLiteral("Textmarken auslesen..."));

@@ -85,8 +85,9 @@ private Q_SLOTS:
         ScriptedUserInterface script;
         // Enough files that reading them takes longer than the search's first question.
         for (int i = 0; i < 2000; ++i)
-            writeFile(contactsDir(env) + QStringLiteral("/k%1.vcf").arg(i, 4, 10, QLatin1Char('0')),
-                      Card{QStringLiteral("Name%1").arg(i), QStringLiteral("V")}.toVCard().toUtf8());
+            writeFile(
+                contactsDir(env) + QStringLiteral("/k%1.vcf").arg(i, 4, 10, QLatin1Char('0')),
+                Card{QStringLiteral("Name%1").arg(i), QStringLiteral("V")}.toVCard().toUtf8());
         auto s = start(script);
         FrmMain* w = s->w();
         auto* abort = child<QPushButton>(w, QStringLiteral("cmdAbort"));
@@ -160,13 +161,17 @@ private Q_SLOTS:
         QTest::addColumn<QStringList>("names"); // of two transfers in a row
 
         QTest::newRow("template and Speichern unter, never over the first")
-            << "Berger" << "Bsp-Brief.dotx"
+            << "Berger"
+            << "Bsp-Brief.dotx"
             << QStringList{"Bsp-Brief - Berger, Hans.docx", "Bsp-Brief - Berger, Hans (2).docx"};
         QTest::newRow("a slash in Speichern unter is replaced")
-            << "Stadt/Land" << "Bsp-FAX.dotx"
-            << QStringList{"Bsp-FAX - Stadt_Land, Sina.docx", "Bsp-FAX - Stadt_Land, Sina (2).docx"};
+            << "Stadt/Land"
+            << "Bsp-FAX.dotx"
+            << QStringList{"Bsp-FAX - Stadt_Land, Sina.docx",
+                           "Bsp-FAX - Stadt_Land, Sina (2).docx"};
         QTest::newRow("no contact: the template's name alone")
-            << "" << "Bsp-Brief.dotx" << QStringList{"Bsp-Brief.docx", "Bsp-Brief (2).docx"};
+            << ""
+            << "Bsp-Brief.dotx" << QStringList{"Bsp-Brief.docx", "Bsp-Brief (2).docx"};
     }
     void documentIsNamedAfterTemplateAndRecipient()
     {
@@ -196,6 +201,30 @@ private Q_SLOTS:
                                           QDir::toNativeSeparators(s->opened.last()));
         }
         QCOMPARE(script.boxes().size(), lastName.isEmpty() ? names.size() : 0);
+    }
+
+    void damagedTemplateIsNamedNotTheOutputFolder()
+    {
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        writeStandardContacts(env);
+        const QString broken = env.root() + QStringLiteral("/Kaputt.dotx");
+        writeFile(broken, QByteArray("PK\x03\x04 kein Zip"));
+        auto s = start(script);
+        FrmMain* w = s->w();
+        s->g.fieldAssignmentList.add(broken, broken + QStringLiteral("|Anrede=Anrede (OF)"));
+        w->findChild<QAction*>(QStringLiteral("mnuExtraOptions"))->trigger(); // refills the list
+        search(w, QStringLiteral("Berger"));
+        chooseHit(w, 0);
+        chooseTemplate(w, QStringLiteral("Kaputt.dotx"));
+        script.answer(Mb::Ok);
+        finish(w)->click();
+        QCOMPARE(script.boxes().size(), 1);
+        QVERIFY2(script.boxes()[0].text.startsWith(QStringLiteral("Die Vorlagendatei '") + broken +
+                                                   QStringLiteral("' ist beschädigt")),
+                 qPrintable(script.boxes()[0].text));
+        QVERIFY(!script.boxes()[0].text.contains(QLatin1String("Ausgabeordner")));
+        QVERIFY(s->opened.isEmpty());
     }
 
     void documentThatCannotBeShownIsLocated_data()
@@ -257,7 +286,8 @@ private Q_SLOTS:
         QCOMPARE(column(list, 1), (QStringList{"Erst", "Zweit", "Dritt"}));
         QVERIFY(child<QLabel>(w, QStringLiteral("lblName"))->text().isEmpty());
         chooseHit(w, 1);
-        QVERIFY(child<QLabel>(w, QStringLiteral("lblName"))->text().contains(QLatin1String("Zweit")));
+        QVERIFY(
+            child<QLabel>(w, QStringLiteral("lblName"))->text().contains(QLatin1String("Zweit")));
     }
 };
 

@@ -3,6 +3,7 @@
 #include <QEvent>
 #include <QHelpEvent>
 #include <QPainter>
+#include <QStringList>
 #include <QStyle>
 #include <QStyleOption>
 #include <QToolTip>
@@ -28,7 +29,11 @@ QSize ElidedLabel::minimumSizeHint() const
 QString ElidedLabel::shownText() const
 {
     const int margins = 2 * margin() + contentsMargins().left() + contentsMargins().right();
-    return fontMetrics().elidedText(text(), Qt::ElideRight, width() - margins);
+    // A street of several lines is cut line by line.
+    QStringList lines = text().split(QLatin1Char('\n'));
+    for (QString& line : lines)
+        line = fontMetrics().elidedText(line, Qt::ElideRight, width() - margins);
+    return lines.join(QLatin1Char('\n'));
 }
 
 bool ElidedLabel::isElided() const
@@ -42,9 +47,9 @@ void ElidedLabel::paintEvent(QPaintEvent*)
     QStyleOption option;
     option.initFrom(this);
     drawFrame(&painter);
-    style()->drawItemText(&painter, contentsRect().adjusted(margin(), margin(), -margin(), -margin()),
-                          int(alignment()), option.palette, isEnabled(), shownText(),
-                          foregroundRole());
+    style()->drawItemText(
+        &painter, contentsRect().adjusted(margin(), margin(), -margin(), -margin()),
+        int(alignment()), option.palette, isEnabled(), shownText(), foregroundRole());
 }
 
 bool ElidedLabel::event(QEvent* event)

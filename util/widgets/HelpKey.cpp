@@ -14,8 +14,8 @@ void HelpKey::setHandler(QWidget* window, Handler handler)
 
 bool HelpKey::eventFilter(QObject* watched, QEvent* event)
 {
-    if (event->type() != QEvent::KeyPress ||
-        static_cast<QKeyEvent*>(event)->key() != Qt::Key_F1 || !watched->isWidgetType())
+    if (event->type() != QEvent::KeyPress || static_cast<QKeyEvent*>(event)->key() != Qt::Key_F1 ||
+        !watched->isWidgetType())
         return QObject::eventFilter(watched, event);
     QWidget* window = static_cast<QWidget*>(watched)->window();
     if (auto* help = window->findChild<QPushButton*>(QStringLiteral("cmdHelp"))) {

@@ -458,13 +458,15 @@ QString joined(const QStringList& values, QStringView sep)
 }
 
 // Outlook 2003 writes no X-MS- line. Its cards are 2.1, have no PRODID, a REV in the basic
-// UTC form (20121012T210525Z) and none of the marks other exporters leave. Many 3.0 and 4.0
-// writers also leave out PRODID and write such a REV; taking their cards for Outlook's would
-// turn a "c/o" line into the office, so only a 2.1 card is judged by these signs.
+// UTC form (20121012T210525Z), a LABEL beside each address and none of the marks other
+// exporters leave. Many 3.0 writers also leave out PRODID and write such a REV; taking their
+// cards for Outlook's would turn a "c/o" line into the office. So a 3.0 card must also carry
+// Outlook's LABEL (as one written back by this program does), and a 4.0 card never counts.
 bool looksLikeOldOutlook(const VCard& card)
 {
-    if (card.version() != VCardVersion::V21)
+    if (card.version() == VCardVersion::V40)
         return false;
+    bool label = card.version() == VCardVersion::V21;
     bool basicRev = false;
     for (const VCardProperty& p : card.properties()) {
         if (p.malformed)
@@ -480,8 +482,10 @@ bool looksLikeOldOutlook(const VCard& card)
             basicRev = rev.size() == 16 && rev[8] == u'T' && rev.endsWith(u'Z') &&
                        !rev.contains(u'-') && !rev.contains(u':');
         }
+        if (p.isNamed("LABEL"))
+            label = true;
     }
-    return basicRev;
+    return basicRev && label;
 }
 
 bool prodIdNamesOutlook(const VCard& card)

@@ -269,6 +269,11 @@ private slots:
         QTest::newRow("3.0 X-MS- line: office")
             << QByteArray("3.0") << "X-MS-OL-DEFAULT-POSTAL-ADDRESS:2\r\n" + adr3 << "Hauptstr. 1"
             << "c/o Meier";
+        QTest::newRow("3.0 with basic REV and Outlook's LABEL (written back): office")
+            << QByteArray("3.0")
+            << "REV:20121012T210525Z\r\nLABEL;TYPE=WORK:c/o Meier\\nHauptstr. 1\r\n" + adr3
+            << "Hauptstr. 1"
+            << "c/o Meier";
         QTest::newRow("2.1 with Outlook 2003's signs: office")
             << QByteArray("2.1")
             << QByteArray("REV:20121012T210525Z\r\nADR;WORK:;Raum 4;Hauptstr. 1;;;;\r\n")

@@ -10,11 +10,13 @@
 #include <QAction>
 #include <QComboBox>
 #include <QFileInfo>
+#include <QHelpEvent>
 #include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
 #include <QTabWidget>
+#include <QToolTip>
 
 using namespace kit;
 
@@ -139,6 +141,10 @@ private Q_SLOTS:
         auto* label = child<ElidedLabel>(w, QStringLiteral("lblCompany1"));
         QCOMPARE(label->text(), company);
         QVERIFY(label->isElided());
+        // The whole company is the tooltip.
+        QHelpEvent tip(QEvent::ToolTip, QPoint(2, 2), label->mapToGlobal(QPoint(2, 2)));
+        QCoreApplication::sendEvent(label, &tip);
+        QCOMPARE(QToolTip::text(), company);
         QCOMPARE(w->width(), FrmMain::kDesignWidth);
         QVERIFY(w->minimumSizeHint().width() <= FrmMain::kDesignWidth);
         // Step 3 shows the company in its preview too.

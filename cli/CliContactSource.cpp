@@ -17,6 +17,8 @@ namespace
 
 // The system's own texts of a failed OpenFolder; the last one names the cause.
 constexpr QStringView kNoContacts = u"' beinhaltet keine Kontakte!";
+// Restrict's error number for a filter it cannot parse.
+constexpr long kInvalidFilter = 5;
 
 QString shown(const QString& path)
 {
@@ -102,9 +104,17 @@ OlItems CliContactSource::search(const QString& folderPath, const QString& lastN
         const OlItems all = folder->Items();
         if (lastName.isEmpty())
             return all;
-        return all.Restrict(QStringLiteral("[LastName] = '") + lastName + QStringLiteral("'"));
+        // The filter language doubles a quote inside a quoted value: O'Brien is found.
+        QString quoted = lastName;
+        quoted.replace(QLatin1Char('\''), QStringLiteral("''"));
+        return all.Restrict(QStringLiteral("[LastName] = '") + quoted + QStringLiteral("'"));
     } catch (...) {
         const ZwError e = vuErrorFromCurrentException();
+        // A name the filter cannot take is a wrong argument, not a missing folder.
+        if (e.number() == kInvalidFilter)
+            throw CliFailure(CliExitCode::Usage,
+                             QStringLiteral("Nach dem Nachnamen '%1' kann nicht gesucht werden: %2")
+                                 .arg(lastName, e.description()));
         throw CliFailure(CliExitCode::FolderMissing,
                          QStringLiteral("Der Ordner '%1' kann nicht durchsucht werden: %2")
                              .arg(folderPath, e.description()));

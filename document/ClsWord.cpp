@@ -6,6 +6,7 @@
 #include "document/OoxmlEngine.h"
 #include "util/AppInfo.h"
 #include "util/ErrorRoutine.h"
+#include "util/SystemErrorText.h"
 #include "util/TextUtil.h"
 #include "util/UserInterface.h"
 #include "util/ZwError.h"
@@ -164,7 +165,7 @@ void ClsWord::ensureOutputFolder() const
     if (!probe.open())
         throw ZwError(kPathAccess,
                       QStringLiteral("Der Ausgabeordner \"%1\" ist nicht beschreibbar: %2")
-                          .arg(shown, probe.errorString()),
+                          .arg(shown, VuFileErrorText(probe)),
                       source());
 }
 
@@ -229,6 +230,7 @@ WordDocument ClsWord::CreateDocument(const QString& sDotFile, bool bWordVisible,
     if (Version().isEmpty())
         return {};
     const QString templatePath = sDotFile == kEmptyDocument ? QString() : sDotFile;
+    keepFailure(ZwError(0, QString(), QString()));
     for (int attempt = 1;; ++attempt) {
         if (!OpenWord(bWordVisible))
             return {};
@@ -256,6 +258,7 @@ WordDocument ClsWord::CreateDocument(const QString& sDotFile, bool bWordVisible,
             continue;
         }
         logDocumentFailure(QStringLiteral("Fehler beim Erzeugen eines Word-Dokuments"), *failure);
+        keepFailure(*failure);
         return {};
     }
 }
@@ -328,13 +331,21 @@ QString ClsWord::GetBookmarkName(const WordDocument& oDoc, qint16 nIndex)
 
 QString ClsWord::presentDocument(const WordDocument& oDoc)
 {
+    keepFailure(ZwError(0, QString(), QString()));
     try {
         return usable(oDoc).present();
     } catch (...) {
-        logDocumentFailure(QStringLiteral("Fehler beim Speichern des Word-Dokuments"),
-                           vuErrorFromCurrentException());
+        const ZwError failure = vuErrorFromCurrentException();
+        logDocumentFailure(QStringLiteral("Fehler beim Speichern des Word-Dokuments"), failure);
+        keepFailure(failure);
     }
     return QString();
+}
+
+void ClsWord::keepFailure(const ZwError& failure)
+{
+    m_lastErrorNumber = failure.number();
+    m_lastErrorDescription = failure.description();
 }
 
 void ClsWord::setOutputFolder(const QString& folder)

@@ -7,6 +7,8 @@
 #include <QStringList>
 #include <memory>
 
+class ZwError;
+
 // A document as ClsWord hands it out; empty (none) after a failure.
 using WordDocument = std::shared_ptr<EngineDocument>;
 
@@ -91,6 +93,12 @@ public:
     // word processor; tests record). Without one, documents are saved but not opened.
     void setOpener(DocumentEngine::Opener opener);
 
+    // Why the latest CreateDocument or presentDocument failed (number and German text of the
+    // engine's error, DocumentErrors.h); 0 and empty after a success. The caller tells a
+    // damaged template from an output folder that takes no files.
+    long lastErrorNumber() const { return m_lastErrorNumber; }
+    QString lastErrorDescription() const { return m_lastErrorDescription; }
+
     // Program directory of the version in use (ends in a separator); empty for none.
     QString programDirectory() const { return m_programDirectory; }
     // The engine while connected (after OpenWord, before CloseWord); nullptr otherwise.
@@ -110,4 +118,7 @@ private:
     DocumentEngine::Opener m_opener;
     std::unique_ptr<DocumentEngine> m_engine;
     WordDocument m_currentDocument;
+    long m_lastErrorNumber = 0;
+    QString m_lastErrorDescription;
+    void keepFailure(const ZwError& failure);
 };

@@ -5,10 +5,14 @@ set -euo pipefail
 
 pkgs=(build-essential cmake ninja-build pkgconf qt6-base-dev libzip-dev libpugixml-dev
       fonts-dejavu-core)
+# Qt's German texts for standard buttons and file dialogs, read at run time.
+pkgs+=(qt6-translations-l10n)
 if [ "${1:-build}" = test ]; then
   # LibreOffice reads filled documents back in the integration test; pdftoppm (poppler)
   # renders them to pictures for a look by eye.
   pkgs+=(xvfb xauth libreoffice-writer-nogui poppler-utils)
+  # The install test validates the desktop entry and the AppStream metainfo.
+  pkgs+=(desktop-file-utils appstream)
 fi
 
 missing=()

@@ -320,6 +320,10 @@ private Q_SLOTS:
             << QStringList{"--ordner", k, "--nachname", "Max"} << 2
             << "Die Suche nach 'Max' im Ordner 'Root\\Persönliche Ordner\\Kontakte' ergab keinen "
                "Treffer.";
+        QTest::newRow("a quote in the name is searched, not a missing folder")
+            << QStringList{"--ordner", k, "--nachname", "O'Brien"} << 2
+            << "Die Suche nach 'O'Brien' im Ordner 'Root\\Persönliche Ordner\\Kontakte' ergab "
+               "keinen Treffer.";
         QTest::newRow("hit number beyond the hits")
             << QStringList{"--ordner", k, "--nachname", "Müller", "--nummer", "3"} << 2
             << "ergab nur 2 Treffer; Nummer 3 gibt es nicht.";

@@ -13,6 +13,24 @@ namespace
 constexpr int kMaxRedirects = 5;
 constexpr int kMaxLoginQuestions = 3;
 
+// Qt's texts for network errors are English; the common ones in German.
+QString networkErrorText(const QNetworkReply* reply)
+{
+    switch (reply->error()) {
+    case QNetworkReply::ConnectionRefusedError:
+        return QStringLiteral("Verbindung abgelehnt");
+    case QNetworkReply::HostNotFoundError:
+        return QStringLiteral("Rechnername unbekannt");
+    case QNetworkReply::RemoteHostClosedError:
+        return QStringLiteral("Verbindung vom Server beendet");
+    case QNetworkReply::NetworkSessionFailedError:
+    case QNetworkReply::TemporaryNetworkFailureError:
+        return QStringLiteral("kein Netzwerk");
+    default:
+        return reply->errorString();
+    }
+}
+
 } // namespace
 
 CardDavHttp::CardDavHttp(const CardDavSettings& settings, QString user, QUrl server)
@@ -93,7 +111,7 @@ CardDavHttp::Reply CardDavHttp::send(const QByteArray& method, const QUrl& url,
             }
             if (m_loginCancelled || !m_settings.askLogin || ++questions > kMaxLoginQuestions)
                 return r;
-            CardDavLoginRequest request{m_server.host(), user(), m_login.has_value()};
+            CardDavLoginRequest request{hostText(), user(), m_login.has_value()};
             std::optional<CardDavLogin> answer = m_settings.askLogin(request);
             if (!answer) {
                 m_loginCancelled = true;
@@ -196,7 +214,7 @@ CardDavHttp::Reply CardDavHttp::sendOnce(const QByteArray& method, const QUrl& u
                         .arg(double(timeoutMs) / 1000, 0, 'g', 3);
     } else if (r.status == 0) {
         r.failure = QStringLiteral("Der Server '%1' ist nicht erreichbar (%2).")
-                        .arg(host, reply->errorString());
+                        .arg(host, networkErrorText(reply));
     } else {
         r.body = reply->readAll();
         r.etag = reply->rawHeader("ETag");

@@ -4,11 +4,13 @@
 set -euo pipefail
 
 pkgs=(build-essential cmake ninja-build pkgconf qt6-base-dev libzip-dev libpugixml-dev
-      fonts-dejavu-core)
+      fonts-dejavu-core qtkeychain-qt6-dev)
 if [ "${1:-build}" = test ]; then
   # LibreOffice reads filled documents back in the integration test; pdftoppm (poppler)
   # renders them to pictures for a look by eye.
   pkgs+=(xvfb xauth libreoffice-writer-nogui poppler-utils)
+  # The CardDAV tests start real servers; openssl makes the certificate nobody trusts.
+  pkgs+=(radicale xandikos openssl)
 fi
 
 missing=()

@@ -1,0 +1,167 @@
+// A book of many cards on a local Radicale: the first sync into the cache, a sync with no
+// change, and a last-name search in the synced book beside the same search in a local folder
+// of the same cards. Prints its figures; run on demand:
+//   bench_carddav [cards=10000]
+
+#include "contacts/CardDavAccount.h"
+#include "contacts/OlFolder.h"
+#include "tests/contacts/CardDavTestServers.h"
+
+#include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <algorithm>
+#include <cstdio>
+
+namespace
+{
+
+long statusKb(const char* key)
+{
+    QFile f(QStringLiteral("/proc/self/status"));
+    if (!f.open(QIODevice::ReadOnly))
+        return -1;
+    for (const QByteArray& line : f.readAll().split('\n'))
+        if (line.startsWith(key))
+            return line.mid(qstrlen(key)).trimmed().split(' ').first().toLong();
+    return -1;
+}
+
+const char* const kNames[] = {"Müller",  "Schmidt",  "Schneider", "Fischer", "Weber",
+                              "Meyer",   "Wagner",   "Becker",    "Schulz",  "Hoffmann",
+                              "Schäfer", "Koch",     "Bauer",     "Richter", "Klein",
+                              "Wolf",    "Schröder", "Neumann",   "Schwarz", "Zimmermann"};
+
+QByteArray card(int i)
+{
+    const QByteArray n = QByteArray::number(i);
+    const QByteArray last = QByteArray(kNames[i % 20]) + (i % 7 == 0 ? "" : n.right(3));
+    return "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:bench-" + n + "\r\nN:" + last + ";Vorname" + n +
+           ";;;\r\nFN:Vorname" + n + " " + last + "\r\nORG:Firma " + n +
+           " GmbH;Vertrieb\r\nTITLE:Sachbearbeitung\r\nADR;TYPE=WORK:;;Hauptstraße " + n +
+           ";Musterstadt;;12345;Deutschland\r\nTEL;TYPE=WORK:+49 30 " + n +
+           "\r\nEMAIL;TYPE=INTERNET:person" + n + "@example.org\r\nEND:VCARD\r\n";
+}
+
+void write(const QString& path, const QByteArray& bytes)
+{
+    QFile f(path);
+    f.open(QIODevice::WriteOnly);
+    f.write(bytes);
+}
+
+template <typename F> qint64 ms(F&& f)
+{
+    QElapsedTimer t;
+    t.start();
+    f();
+    return t.elapsed();
+}
+
+long search(const std::shared_ptr<OlFolder>& folder, const QString& last)
+{
+    return folder->Items().Restrict(QStringLiteral("[LastName] = '%1'").arg(last)).countWithRows();
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QCoreApplication app(argc, argv);
+    const int count = argc > 1 ? std::atoi(argv[1]) : 10000;
+    QTemporaryDir temp;
+    carddavtest::Radicale radicale;
+    if (!radicale.start(temp.path() + QStringLiteral("/radicale"))) {
+        std::fprintf(stderr, "Radicale startet nicht: %s\n", qPrintable(radicale.log()));
+        return 1;
+    }
+    const QString book = radicale.makeBook(QStringLiteral("gross"), QStringLiteral("VG-Kontakte"));
+    const QString local = temp.path() + QStringLiteral("/lokal");
+    QDir().mkpath(local);
+    for (int i = 0; i < count; ++i) {
+        const QByteArray c = card(i);
+        const QString name = QStringLiteral("/k%1.vcf").arg(i);
+        write(book + name, c);
+        write(local + name, c);
+    }
+    // Radicale reads and indexes new files on its first listing; that is the server's work,
+    // done once, and measured apart from the client's.
+    const qint64 warmServer =
+        ms([&] { carddavtest::http("PROPFIND", radicale.bookUrl(QStringLiteral("gross"))); });
+    std::printf("%d cards; Radicale's own first listing (server-side indexing): %lld ms\n", count,
+                warmServer);
+
+    CardDavSettings s;
+    s.cacheDir = temp.path() + QStringLiteral("/cache");
+    s.useKeychain = false;
+    s.freshForMs = 0;
+    s.askLogin = [](const CardDavLoginRequest& r) -> std::optional<CardDavLogin> {
+        if (r.failed)
+            return std::nullopt;
+        return CardDavLogin{QStringLiteral("anna"), QStringLiteral("geheim")};
+    };
+    const long rssBefore = statusKb("VmRSS:");
+    CardDavAccount account(radicale.base() + QStringLiteral("/"), s);
+    QList<std::shared_ptr<OlFolder>> folders;
+    const qint64 discoverMs = ms([&] { folders = account.folders(QStringLiteral("Öffentlich")); });
+    if (account.books().isEmpty()) {
+        std::fprintf(stderr, "kein Adressbuch gefunden: %s\n", qPrintable(account.discoveryNote()));
+        return 1;
+    }
+    const auto bookObj = account.books().first();
+    bool ok = false;
+    const qint64 firstMs = ms([&] { ok = bookObj->sync(); });
+    std::printf("discovery: %lld ms\nfirst sync: %lld ms, %d cards fetched (%s) (target < 10000 "
+                "ms)\n",
+                discoverMs, firstMs, bookObj->lastStats().fetched,
+                ok ? "ok" : qPrintable(bookObj->staleNote()));
+    std::printf("resident after first sync: %ld kB (+%ld kB), peak so far %ld kB\n",
+                statusKb("VmRSS:"), statusKb("VmRSS:") - rssBefore, statusKb("VmHWM:"));
+
+    QList<qint64> quiet;
+    for (int i = 0; i < 7; ++i)
+        quiet.append(ms([&] { bookObj->sync(); }));
+    std::sort(quiet.begin(), quiet.end());
+    std::printf("sync with no change: median %lld ms, max %lld ms (unchanged: %s) (target < 200 "
+                "ms)\n",
+                quiet[quiet.size() / 2], quiet.last(),
+                bookObj->lastStats().unchanged ? "ja" : "nein");
+
+    // One card changed on the server: the sync fetches just that one.
+    carddavtest::http("PUT", radicale.bookUrl(QStringLiteral("gross")).resolved(QUrl("k1.vcf")),
+                      card(1).replace("Vorname1;", "Geändert;"));
+    const qint64 oneMs = ms([&] { bookObj->sync(); });
+    std::printf("sync with one changed card: %lld ms, %d fetched\n", oneMs,
+                bookObj->lastStats().fetched);
+
+    // The search: the synced book's cache (what a search reads once the server has answered
+    // or was asked within the last seconds), the same through the book's folder with its
+    // server check first, and the same cards in a plain local folder.
+    const auto synced = folders.first();
+    const auto cache = OlFolder::onDisk(QStringLiteral("cache"), QStringLiteral("cache"),
+                                        bookObj->cacheDir(), false, false);
+    const auto plain =
+        OlFolder::onDisk(QStringLiteral("lokal"), QStringLiteral("lokal"), local, false, false);
+    for (const char* last : {"Müller", "Zimmermann"}) {
+        const QString name = QString::fromUtf8(last);
+        long hits[3] = {};
+        qint64 first[3] = {};
+        QList<qint64> again[3];
+        const std::shared_ptr<OlFolder> f[3] = {cache, plain, synced};
+        for (int k = 0; k < 3; ++k)
+            first[k] = ms([&] { hits[k] = search(f[k], name); });
+        for (int i = 0; i < 5; ++i)
+            for (int k = 0; k < 3; ++k)
+                again[k].append(ms([&] { search(f[k], name); }));
+        for (auto& a : again)
+            std::sort(a.begin(), a.end());
+        std::printf("search '%s': synced cache %ld hits, first %lld ms, then median %lld ms; "
+                    "local folder %ld hits, first %lld ms, then median %lld ms; through the "
+                    "book's folder with server check: median %lld ms\n",
+                    last, hits[0], first[0], again[0][2], hits[1], first[1], again[1][2],
+                    again[2][2]);
+    }
+    std::printf("peak resident (VmHWM): %ld kB\n", statusKb("VmHWM:"));
+    return 0;
+}

@@ -52,8 +52,8 @@ QString CardDavBook::hrefKey(const QString& href) const
 
 bool CardDavBook::fail(const QString& reason)
 {
-    m_note =
-        QStringLiteral("Die Daten von '%1' können veraltet sein: %2").arg(m_displayName, reason);
+    // The status line shows the start: what it means for the user comes first.
+    m_note = QStringLiteral("Daten von '%1' evtl. veraltet: %2").arg(m_displayName, reason);
     VuLog(LogLevel::Warning, m_note);
     return false;
 }

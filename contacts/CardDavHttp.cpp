@@ -69,14 +69,14 @@ QString CardDavHttp::statusMessage(const Reply& r, const QString& what) const
             .arg(host, what);
     case 404:
     case 410:
-        return QStringLiteral("%1 gibt es auf dem Server '%2' nicht (mehr) (%3).")
-            .arg(what, host)
+        return QStringLiteral("Auf dem Server '%1' gibt es %2 nicht (mehr) (%3).")
+            .arg(host, what)
             .arg(r.status);
     default:
         break;
     }
     if (r.status >= 500)
-        return QStringLiteral("Der Server '%1' meldet einen Fehler bei %2 (%3).")
+        return QStringLiteral("Der Server '%1' meldet einen Fehler für %2 (%3).")
             .arg(host, what)
             .arg(r.status);
     return QStringLiteral("Der Server '%1' hat %2 mit %3 beantwortet.")

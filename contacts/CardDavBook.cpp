@@ -22,6 +22,10 @@ const QByteArray kProbeBody =
     "<d:propfind xmlns:d=\"DAV:\" xmlns:cs=\"http://calendarserver.org/ns/\">"
     "<d:prop><d:resourcetype/><d:displayname/><cs:getctag/><d:sync-token/>"
     "</d:prop></d:propfind>";
+const QByteArray kCtagBody =
+    "<?xml version=\"1.0\" encoding=\"utf-8\"?>"
+    "<d:propfind xmlns:d=\"DAV:\" xmlns:cs=\"http://calendarserver.org/ns/\">"
+    "<d:prop><d:resourcetype/><cs:getctag/></d:prop></d:propfind>";
 const QByteArray kEtagBody = "<?xml version=\"1.0\" encoding=\"utf-8\"?>"
                              "<d:propfind xmlns:d=\"DAV:\"><d:prop><d:resourcetype/><d:getetag/>"
                              "</d:prop></d:propfind>";
@@ -77,8 +81,12 @@ bool CardDavBook::sync()
         m_loaded = true;
     }
     const QString what = QStringLiteral("das Adressbuch '%1'").arg(m_displayName);
-    CardDavHttp::Reply r =
-        m_http->send("PROPFIND", m_url, kProbeBody, {{"Depth", "0"}}, m_settings.answerWithinMs);
+    // A server like Radicale walks the whole book once for the ctag and once more for the
+    // sync-token: with a ctag in the cache, the ctag alone tells "unchanged", and a changed
+    // book's new token comes with its changes.
+    const bool ctagOnly = m_cache.complete && !m_cache.ctag.isEmpty();
+    CardDavHttp::Reply r = m_http->send("PROPFIND", m_url, ctagOnly ? kCtagBody : kProbeBody,
+                                        {{"Depth", "0"}}, m_settings.answerWithinMs);
     if (r.status == 404 || r.status == 410) {
         m_vanished = true;
         return fail(QStringLiteral("Das Adressbuch gibt es auf dem Server '%1' nicht mehr; "
@@ -95,7 +103,8 @@ bool CardDavBook::sync()
                         .arg(m_http->hostText(), error));
     const CardDavMultiStatus::Response& book = probe.responses().first();
     const QString ctag = book.text(CardDavMultiStatus::calendarServer("getctag")).trimmed();
-    const QString token = book.text(CardDavMultiStatus::dav("sync-token")).trimmed();
+    const QString token =
+        ctagOnly ? m_cache.syncToken : book.text(CardDavMultiStatus::dav("sync-token")).trimmed();
     if (m_cache.complete && (!ctag.isEmpty() || !token.isEmpty()) && ctag == m_cache.ctag &&
         token == m_cache.syncToken) {
         m_stats.unchanged = true;

@@ -53,6 +53,8 @@ inline int http(const QByteArray& method, const QUrl& url, const QByteArray& bod
     QNetworkRequest request(url);
     if (!user.isEmpty())
         request.setRawHeader("Authorization", "Basic " + (user + ":" + password).toBase64());
+    if (method == "PROPFIND")
+        request.setRawHeader("Depth", "1");
     if (!body.isEmpty())
         request.setRawHeader("Content-Type", method == "PUT" ? "text/vcard; charset=utf-8"
                                                              : "application/xml; charset=utf-8");

@@ -54,6 +54,17 @@ QString CardDavBook::hrefKey(const QString& href) const
     return u.isRelative() ? href : u.path(QUrl::FullyEncoded);
 }
 
+bool CardDavBook::parsed(const CardDavHttp::Reply& r, const QString& what, CardDavMultiStatus& ms)
+{
+    if (!r.ok())
+        return fail(m_http->statusMessage(r, what));
+    QString error;
+    if (!ms.parse(r.body, &error))
+        return fail(QStringLiteral("unverständliche Antwort des Servers '%1' (%2)")
+                        .arg(m_http->hostText(), error));
+    return true;
+}
+
 bool CardDavBook::fail(const QString& reason)
 {
     // The status line shows the start: what it means for the user comes first.
@@ -93,14 +104,13 @@ bool CardDavBook::sync()
                                    "gezeigt wird der zuletzt abgeglichene Stand.")
                         .arg(m_http->hostText()));
     }
-    if (!r.ok())
-        return fail(m_http->statusMessage(r, what));
-    m_vanished = false;
     CardDavMultiStatus probe;
-    QString error;
-    if (!probe.parse(r.body, &error) || probe.responses().isEmpty())
-        return fail(QStringLiteral("unverständliche Antwort des Servers '%1' (%2)")
-                        .arg(m_http->hostText(), error));
+    if (!parsed(r, what, probe))
+        return false;
+    if (probe.responses().isEmpty())
+        return fail(QStringLiteral("unverständliche Antwort des Servers '%1' (ohne Eintrag)")
+                        .arg(m_http->hostText()));
+    m_vanished = false;
     const CardDavMultiStatus::Response& book = probe.responses().first();
     const QString ctag = book.text(CardDavMultiStatus::calendarServer("getctag")).trimmed();
     const QString token =
@@ -143,6 +153,7 @@ bool CardDavBook::sync()
     m_cache.ctag = whole ? ctag : QString();
     m_cache.syncToken = whole ? newToken : QString();
     m_cache.complete = true;
+    QString error;
     if (!m_cache.save(&error))
         return fail(QStringLiteral("Der Zwischenspeicher '%1' kann nicht geschrieben werden (%2).")
                         .arg(m_cache.dir(), error));
@@ -182,13 +193,9 @@ bool CardDavBook::listChanges(const QString& serverToken, QHash<QString, QByteAr
                 from.clear();
                 continue;
             }
-            if (!r.ok())
-                return fail(m_http->statusMessage(r, what));
             CardDavMultiStatus ms;
-            QString error;
-            if (!ms.parse(r.body, &error))
-                return fail(QStringLiteral("unverständliche Antwort des Servers '%1' (%2)")
-                                .arg(m_http->hostText(), error));
+            if (!parsed(r, what, ms))
+                return false;
             for (const auto& resp : ms.responses()) {
                 const QString href = hrefKey(resp.href);
                 if (href == self || href.endsWith(u'/'))
@@ -205,13 +212,9 @@ bool CardDavBook::listChanges(const QString& serverToken, QHash<QString, QByteAr
         return fail(m_http->statusMessage(CardDavHttp::Reply{409, {}, {}, {}, {}}, what));
     }
     const CardDavHttp::Reply r = m_http->send("PROPFIND", m_url, kEtagBody, {{"Depth", "1"}});
-    if (!r.ok())
-        return fail(m_http->statusMessage(r, what));
     CardDavMultiStatus ms;
-    QString error;
-    if (!ms.parse(r.body, &error))
-        return fail(QStringLiteral("unverständliche Antwort des Servers '%1' (%2)")
-                        .arg(m_http->hostText(), error));
+    if (!parsed(r, what, ms))
+        return false;
     for (const auto& resp : ms.responses()) {
         const QString href = hrefKey(resp.href);
         const bool collection = resp.props.value(CardDavMultiStatus::dav("resourcetype"))
@@ -239,13 +242,9 @@ bool CardDavBook::fetch(const QStringList& hrefs, const QHash<QString, QByteArra
             body += "<d:href>" + xmlText(hrefs[i]) + "</d:href>";
         body += "</c:addressbook-multiget>";
         const CardDavHttp::Reply r = m_http->send("REPORT", m_url, body, {{"Depth", "1"}});
-        if (!r.ok())
-            return fail(m_http->statusMessage(r, what));
         CardDavMultiStatus ms;
-        QString error;
-        if (!ms.parse(r.body, &error))
-            return fail(QStringLiteral("unverständliche Antwort des Servers '%1' (%2)")
-                            .arg(m_http->hostText(), error));
+        if (!parsed(r, what, ms))
+            return false;
         for (const auto& resp : ms.responses()) {
             const QString href = hrefKey(resp.href);
             if (resp.status == 404 || resp.status == 410) {
@@ -268,6 +267,7 @@ bool CardDavBook::fetch(const QStringList& hrefs, const QHash<QString, QByteArra
             QByteArray etag = resp.text(CardDavMultiStatus::dav("getetag")).toUtf8();
             if (etag.isEmpty())
                 etag = etags.value(href);
+            QString error;
             if (m_cache.put(href, data, etag, &error).isEmpty())
                 return fail(QStringLiteral("Der Zwischenspeicher '%1' kann nicht geschrieben "
                                            "werden (%2).")

@@ -2,6 +2,7 @@
 
 #include "contacts/CardDavBookCache.h"
 #include "contacts/CardDavHttp.h"
+#include "contacts/CardDavMultiStatus.h"
 #include "contacts/OlFolderRemote.h"
 
 #include <QElapsedTimer>
@@ -46,6 +47,8 @@ public:
 
 private:
     bool fail(const QString& reason);
+    // The answer as multistatus; false (after fail()) for an error or an unreadable answer.
+    bool parsed(const CardDavHttp::Reply& r, const QString& what, CardDavMultiStatus& ms);
     // Cards of the book on the server (href -> ETag) and deleted hrefs; false on failure.
     bool listChanges(const QString& serverToken, QHash<QString, QByteArray>& listed,
                      QStringList& deleted, bool& full, QString& newToken);

@@ -108,7 +108,11 @@ int main(int argc, char* argv[])
     const long rssBefore = statusKb("VmRSS:");
     CardDavAccount account(radicale.base() + QStringLiteral("/"), s);
     QList<std::shared_ptr<OlFolder>> folders;
-    const qint64 discoverMs = ms([&] { folders = account.folders(QStringLiteral("Öffentlich")); });
+    const qint64 discoverMs = ms([&] {
+        QString reason;
+        if (account.discover(&reason))
+            folders = account.folders(QStringLiteral("Öffentlich"));
+    });
     if (account.books().isEmpty()) {
         std::fprintf(stderr, "kein Adressbuch gefunden: %s\n", qPrintable(account.discoveryNote()));
         return 1;

@@ -182,6 +182,7 @@ bool CardDavAccount::discover(QString* reason)
 
 void CardDavAccount::setBooks(const QList<std::pair<QUrl, QString>>& found)
 {
+    m_found = found;
     QList<std::shared_ptr<CardDavBook>> books;
     QList<std::shared_ptr<OlFolder>> folders;
     QSet<QString> names;
@@ -258,9 +259,11 @@ bool CardDavAccount::loadBookList()
 QList<std::shared_ptr<OlFolder>> CardDavAccount::folders(const QString& parentPath)
 {
     if (m_parentPath != parentPath) {
+        // The folders carry their path: made again below the new parent.
         m_parentPath = parentPath;
         m_books.clear();
         m_folders.clear();
+        setBooks(m_found);
     }
     if (!m_discovered) {
         QString reason;

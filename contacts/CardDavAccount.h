@@ -53,5 +53,6 @@ private:
     QString m_note;
     QList<std::shared_ptr<CardDavBook>> m_books;
     QList<std::shared_ptr<OlFolder>> m_folders; // same order as m_books
+    QList<std::pair<QUrl, QString>> m_found;    // the books as the server named them
     QString m_parentPath;
 };

@@ -92,10 +92,14 @@ bool CardDavAccount::discover(QString* reason)
             *reason = text;
         return false;
     };
+    // The first question has the short limit (is the server there at all?); listing the
+    // books of a large home may take the server longer.
+    bool answered = false;
     auto propfind = [&](const QUrl& url, const char* depth, CardDavMultiStatus& ms,
                         CardDavHttp::Reply& r) {
         r = m_http->send("PROPFIND", url, kDiscoveryBody, {{"Depth", depth}},
-                         m_settings.answerWithinMs);
+                         answered ? m_settings.requestTimeoutMs : m_settings.answerWithinMs);
+        answered = answered || r.status != 0;
         if (!r.ok())
             return false;
         QString error;

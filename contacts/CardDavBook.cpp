@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QLocale>
 #include <QSaveFile>
 #include <QSet>
 #include <QStandardPaths>
@@ -20,12 +21,32 @@ namespace
 const QByteArray kProbeBody =
     "<?xml version=\"1.0\" encoding=\"utf-8\"?>"
     "<d:propfind xmlns:d=\"DAV:\" xmlns:cs=\"http://calendarserver.org/ns/\">"
-    "<d:prop><d:resourcetype/><d:displayname/><cs:getctag/><d:sync-token/>"
+    "<d:prop><d:resourcetype/><d:displayname/><cs:getctag/><d:sync-token/><d:getlastmodified/>"
     "</d:prop></d:propfind>";
 const QByteArray kCtagBody =
     "<?xml version=\"1.0\" encoding=\"utf-8\"?>"
     "<d:propfind xmlns:d=\"DAV:\" xmlns:cs=\"http://calendarserver.org/ns/\">"
-    "<d:prop><d:resourcetype/><cs:getctag/></d:prop></d:propfind>";
+    "<d:prop><d:resourcetype/><cs:getctag/><d:getlastmodified/></d:prop></d:propfind>";
+const QByteArray kLastModifiedBody = "<?xml version=\"1.0\" encoding=\"utf-8\"?>"
+                                     "<d:propfind xmlns:d=\"DAV:\"><d:prop><d:resourcetype/>"
+                                     "<d:getlastmodified/></d:prop></d:propfind>";
+
+QDateTime httpDate(const QString& text)
+{
+    QDateTime t = QLocale::c().toDateTime(text.trimmed().chopped(4),
+                                          QStringLiteral("ddd, dd MMM yyyy HH:mm:ss"));
+    t.setTimeSpec(Qt::UTC);
+    return text.trimmed().endsWith(QLatin1String(" GMT")) ? t : QDateTime();
+}
+
+// A last-modified time tells "unchanged" only when it was read at least two seconds after
+// it (on the server's clock): a change within the same second would not move it.
+bool lastModifiedTells(const QString& lastModified, const QString& seen)
+{
+    const QDateTime lm = httpDate(lastModified);
+    const QDateTime at = httpDate(seen);
+    return lm.isValid() && at.isValid() && lm.secsTo(at) >= 2;
+}
 const QByteArray kEtagBody = "<?xml version=\"1.0\" encoding=\"utf-8\"?>"
                              "<d:propfind xmlns:d=\"DAV:\"><d:prop><d:resourcetype/><d:getetag/>"
                              "</d:prop></d:propfind>";
@@ -52,6 +73,30 @@ QString CardDavBook::hrefKey(const QString& href) const
     // Servers give paths; some give whole addresses. The key is the path, as encoded.
     const QUrl u(href);
     return u.isRelative() ? href : u.path(QUrl::FullyEncoded);
+}
+
+bool CardDavBook::probe(const QByteArray& body, CardDavMultiStatus::Response& book,
+                        QByteArray& date)
+{
+    const QString what = QStringLiteral("das Adressbuch '%1'").arg(m_displayName);
+    const CardDavHttp::Reply r =
+        m_http->send("PROPFIND", m_url, body, {{"Depth", "0"}}, m_settings.answerWithinMs);
+    if (r.status == 404 || r.status == 410) {
+        m_vanished = true;
+        return fail(QStringLiteral("Das Adressbuch gibt es auf dem Server '%1' nicht mehr; "
+                                   "gezeigt wird der zuletzt abgeglichene Stand.")
+                        .arg(m_http->hostText()));
+    }
+    CardDavMultiStatus ms;
+    if (!parsed(r, what, ms))
+        return false;
+    if (ms.responses().isEmpty())
+        return fail(QStringLiteral("unverständliche Antwort des Servers '%1' (ohne Eintrag)")
+                        .arg(m_http->hostText()));
+    m_vanished = false;
+    book = ms.responses().first();
+    date = r.date;
+    return true;
 }
 
 bool CardDavBook::parsed(const CardDavHttp::Reply& r, const QString& what, CardDavMultiStatus& ms)
@@ -91,33 +136,40 @@ bool CardDavBook::sync()
         m_cache.load();
         m_loaded = true;
     }
-    const QString what = QStringLiteral("das Adressbuch '%1'").arg(m_displayName);
-    // A server like Radicale walks the whole book once for the ctag and once more for the
-    // sync-token: with a ctag in the cache, the ctag alone tells "unchanged", and a changed
-    // book's new token comes with its changes.
-    const bool ctagOnly = m_cache.complete && !m_cache.ctag.isEmpty();
-    CardDavHttp::Reply r = m_http->send("PROPFIND", m_url, ctagOnly ? kCtagBody : kProbeBody,
-                                        {{"Depth", "0"}}, m_settings.answerWithinMs);
-    if (r.status == 404 || r.status == 410) {
-        m_vanished = true;
-        return fail(QStringLiteral("Das Adressbuch gibt es auf dem Server '%1' nicht mehr; "
-                                   "gezeigt wird der zuletzt abgeglichene Stand.")
-                        .arg(m_http->hostText()));
+    // A server like Radicale reads every card of the book for its ctag, and once more for its
+    // sync-token, but only looks at file times for getlastmodified. So: a trustworthy
+    // last-modified time first; else the ctag alone when the cache has one (a changed book's
+    // new token comes with its changes); else ctag and token.
+    CardDavMultiStatus::Response book;
+    QByteArray date;
+    if (m_cache.complete && lastModifiedTells(m_cache.lastModified, m_cache.lastModifiedSeen)) {
+        if (!probe(kLastModifiedBody, book, date))
+            return false;
+        if (book.text(CardDavMultiStatus::dav("getlastmodified")).trimmed() ==
+            m_cache.lastModified) {
+            m_stats.unchanged = true;
+            m_stats.byLastModified = true;
+            m_note.clear();
+            return true;
+        }
     }
-    CardDavMultiStatus probe;
-    if (!parsed(r, what, probe))
+    const bool ctagOnly = m_cache.complete && !m_cache.ctag.isEmpty();
+    if (!probe(ctagOnly ? kCtagBody : kProbeBody, book, date))
         return false;
-    if (probe.responses().isEmpty())
-        return fail(QStringLiteral("unverständliche Antwort des Servers '%1' (ohne Eintrag)")
-                        .arg(m_http->hostText()));
-    m_vanished = false;
-    const CardDavMultiStatus::Response& book = probe.responses().first();
+    const QString lastModified = book.text(CardDavMultiStatus::dav("getlastmodified")).trimmed();
     const QString ctag = book.text(CardDavMultiStatus::calendarServer("getctag")).trimmed();
     const QString token =
         ctagOnly ? m_cache.syncToken : book.text(CardDavMultiStatus::dav("sync-token")).trimmed();
     if (m_cache.complete && (!ctag.isEmpty() || !token.isEmpty()) && ctag == m_cache.ctag &&
         token == m_cache.syncToken) {
         m_stats.unchanged = true;
+        // Kept once it can tell "unchanged" by itself (see lastModifiedTells).
+        if (m_cache.lastModified != lastModified ||
+            !lastModifiedTells(m_cache.lastModified, m_cache.lastModifiedSeen)) {
+            m_cache.lastModified = lastModified;
+            m_cache.lastModifiedSeen = QString::fromLatin1(date);
+            m_cache.save();
+        }
         m_note.clear();
         return true;
     }
@@ -152,6 +204,8 @@ bool CardDavBook::sync()
     const bool whole = fetched && m_stats.broken == 0;
     m_cache.ctag = whole ? ctag : QString();
     m_cache.syncToken = whole ? newToken : QString();
+    m_cache.lastModified = whole ? lastModified : QString();
+    m_cache.lastModifiedSeen = QString::fromLatin1(date);
     m_cache.complete = true;
     QString error;
     if (!m_cache.save(&error))

@@ -24,6 +24,7 @@ public:
         int deleted = 0;
         int broken = 0;
         bool unchanged = false;
+        bool byLastModified = false; // told by getlastmodified alone
         bool usedSyncCollection = false;
     };
 
@@ -47,6 +48,9 @@ public:
 
 private:
     bool fail(const QString& reason);
+    // PROPFIND Depth 0 on the book; false (after fail()) when it is gone or does not answer
+    // within the short limit. `date` receives the server's Date header.
+    bool probe(const QByteArray& body, CardDavMultiStatus::Response& book, QByteArray& date);
     // The answer as multistatus; false (after fail()) for an error or an unreadable answer.
     bool parsed(const CardDavHttp::Reply& r, const QString& what, CardDavMultiStatus& ms);
     // Cards of the book on the server (href -> ETag) and deleted hrefs; false on failure.

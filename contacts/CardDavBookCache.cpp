@@ -104,6 +104,8 @@ void CardDavBookCache::load()
     displayName = o.value(u"displayName").toString(displayName);
     ctag = o.value(u"ctag").toString();
     syncToken = o.value(u"syncToken").toString();
+    lastModified = o.value(u"lastModified").toString();
+    lastModifiedSeen = o.value(u"lastModifiedSeen").toString();
     complete = o.value(u"complete").toBool();
     const QJsonObject cards = o.value(u"cards").toObject();
     for (auto it = cards.begin(); it != cards.end(); ++it) {

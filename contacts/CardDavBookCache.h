@@ -33,6 +33,9 @@ public:
     QString displayName;
     QString ctag;
     QString syncToken;
+    // The book's getlastmodified and the server's clock when it was read (HTTP dates).
+    QString lastModified;
+    QString lastModifiedSeen;
     // True once a sync finished: an empty card list then means an empty book.
     bool complete = false;
     const QHash<QString, Card>& cards() const { return m_cards; }

@@ -218,6 +218,7 @@ CardDavHttp::Reply CardDavHttp::sendOnce(const QByteArray& method, const QUrl& u
     } else {
         r.body = reply->readAll();
         r.etag = reply->rawHeader("ETag");
+        r.date = reply->rawHeader("Date");
         const QUrl location = reply->header(QNetworkRequest::LocationHeader).toUrl();
         r.url = location.isEmpty() ? url : url.resolved(location);
     }

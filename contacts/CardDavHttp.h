@@ -27,6 +27,7 @@ public:
         int status = 0; // HTTP status; 0 when there was no HTTP answer
         QByteArray body;
         QByteArray etag; // the ETag header
+        QByteArray date; // the Date header: the server's clock
         QUrl url;        // where the answer came from, after redirects
         QString failure; // German, when there was no usable HTTP answer at all
         bool ok() const { return failure.isEmpty() && status >= 200 && status < 300; }

@@ -208,6 +208,31 @@ private slots:
         QVERIFY(ui.boxes().isEmpty());
     }
 
+    // Once the book's last-modified time has stood for two seconds, it alone tells
+    // "unchanged" (Radicale reads every card for a ctag); a later change still moves it.
+    void unchangedByLastModified()
+    {
+        QTemporaryDir cache;
+        m_radicale.makeBook(QStringLiteral("lm"), QStringLiteral("Mitarbeiter"));
+        const QUrl book = m_radicale.bookUrl(QStringLiteral("lm"));
+        QCOMPARE(http("PUT", book.resolved(QUrl("a.vcf")), vcard("lm-a", "Albers")), 201);
+        CardDavAccount account(m_radicale.base() + QStringLiteral("/anna/lm/"),
+                               settings(cache.path()));
+        account.folders(kPublic);
+        QCOMPARE(account.books().size(), 1);
+        const auto remote = account.books().first();
+        QVERIFY(remote->sync());
+        QTest::qWait(2200);
+        QVERIFY(remote->sync()); // unchanged by ctag; the time is now trusted
+        QVERIFY(remote->lastStats().unchanged && !remote->lastStats().byLastModified);
+        QVERIFY(remote->sync());
+        QVERIFY(remote->lastStats().byLastModified);
+        QCOMPARE(http("PUT", book.resolved(QUrl("b.vcf")), vcard("lm-b", "Brandt")), 201);
+        QVERIFY(remote->sync());
+        QVERIFY(!remote->lastStats().unchanged);
+        QCOMPARE(remote->lastStats().fetched, 1);
+    }
+
     // With the server gone, the search runs on the cache and the note says why.
     void offlineSearchFromCache()
     {

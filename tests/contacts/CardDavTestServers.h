@@ -75,6 +75,7 @@ public:
     virtual ~Server() { stop(); }
     bool running() const { return m_process.state() == QProcess::Running; }
     int port() const { return m_port; }
+    qint64 pid() const { return m_process.processId(); }
     QString base() const
     {
         return QStringLiteral("http%1://127.0.0.1:%2").arg(m_tls ? "s" : "").arg(m_port);

@@ -141,6 +141,7 @@ void ZettelwerkCli::connectContacts(const CliOptions& o)
         QString password = QString::fromUtf8(file.readLine());
         while (password.endsWith(u'\n') || password.endsWith(u'\r'))
             password.chop(1);
+        roots.cardDav.keepLogins = false;
         // Asked once: a refused password is not offered again.
         roots.cardDav.askLogin =
             [password](const CardDavLoginRequest& r) -> std::optional<CardDavLogin> {

@@ -125,7 +125,8 @@ CardDavHttp::Reply CardDavHttp::send(const QByteArray& method, const QUrl& url,
             continue;
         }
         if (m_loginNew && r.status >= 200 && r.status < 300) {
-            m_secrets.write(secretKey(), *m_login);
+            if (m_settings.keepLogins)
+                m_secrets.write(secretKey(), *m_login);
             m_loginNew = false;
         }
         return r;

@@ -25,6 +25,9 @@ struct CardDavSettings {
     std::function<std::optional<CardDavLogin>(const CardDavLoginRequest&)> askLogin;
     // Keep passwords in the desktop's secret store; off: for this session only.
     bool useKeychain = true;
+    // A login that askLogin gave and the server took is kept there (off: a password file
+    // stays the only place of the password).
+    bool keepLogins = true;
     // A search waits this long for the server's first answer before it searches the cache.
     int answerWithinMs = 3000;
     // Limit of every further request of a sync, discovery or upload.

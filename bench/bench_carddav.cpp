@@ -132,6 +132,7 @@ int main(int argc, char* argv[])
             return std::nullopt;
         return CardDavLogin{QStringLiteral("anna"), QStringLiteral("geheim")};
     };
+    QDir(s.cacheDir).removeRecursively(); // a kept folder's cache from an earlier run
     const long rssBefore = statusKb("VmRSS:");
     CardDavAccount account(radicale.base() + QStringLiteral("/"), s);
     QList<std::shared_ptr<OlFolder>> folders;
@@ -145,7 +146,6 @@ int main(int argc, char* argv[])
         return 1;
     }
     const auto bookObj = account.books().first();
-    QDir(s.cacheDir).removeRecursively();
     bool ok = false;
     const qint64 clientCpu0 = ownCpuMs(), serverCpu0 = cpuMsOf(radicale.pid());
     const qint64 firstMs = ms([&] { ok = bookObj->sync(); });

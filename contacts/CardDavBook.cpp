@@ -132,6 +132,8 @@ bool CardDavBook::sync()
 {
     m_lastAttempt.start();
     m_stats = Stats();
+    // The user may have cleared the cache folder meanwhile.
+    QDir().mkpath(m_cache.dir());
     if (!m_loaded) {
         m_cache.load();
         m_loaded = true;

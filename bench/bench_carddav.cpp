@@ -9,6 +9,7 @@
 #include "tests/contacts/CardDavTestServers.h"
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QFileInfo>
@@ -176,8 +177,11 @@ int main(int argc, char* argv[])
                 bookObj->lastStats().unchanged ? "ja" : "nein");
 
     // One card changed on the server: the sync fetches just that one.
-    carddavtest::http("PUT", radicale.bookUrl(QStringLiteral("gross")).resolved(QUrl("k1.vcf")),
-                      card(1).replace("Vorname1;", "Geändert;"));
+    carddavtest::http(
+        "PUT", radicale.bookUrl(QStringLiteral("gross")).resolved(QUrl("k1.vcf")),
+        card(1).replace("Vorname1;", "Geändert " +
+                                         QByteArray::number(QDateTime::currentMSecsSinceEpoch()) +
+                                         ";"));
     const qint64 oneMs = ms([&] { bookObj->sync(); });
     std::printf("sync with one changed card: %lld ms, %d fetched\n", oneMs,
                 bookObj->lastStats().fetched);

@@ -83,18 +83,15 @@ QString CardDavBookCache::fileNameFor(const QString& href) const
     if (stem.endsWith(QLatin1String(".vcf"), Qt::CaseInsensitive))
         stem.chop(4);
     QString name = safeName(stem, href) + QStringLiteral(".vcf");
-    for (const Card& c : m_cards) {
-        if (c.file.compare(name, Qt::CaseInsensitive) == 0) {
-            name = safeName(stem + QStringLiteral("\x01"), href) + QStringLiteral(".vcf");
-            break;
-        }
-    }
+    if (m_fileNames.contains(name.toLower()))
+        name = safeName(stem + QStringLiteral("\x01"), href) + QStringLiteral(".vcf");
     return name;
 }
 
 void CardDavBookCache::load()
 {
     m_cards.clear();
+    m_fileNames.clear();
     complete = false;
     QFile f(m_dir + QLatin1Char('/') + metadataFileName());
     if (!f.open(QIODevice::ReadOnly))
@@ -111,8 +108,10 @@ void CardDavBookCache::load()
     for (auto it = cards.begin(); it != cards.end(); ++it) {
         const QJsonArray a = it.value().toArray();
         const QString file = a.at(0).toString();
-        if (!file.isEmpty() && !file.contains(u'/'))
+        if (!file.isEmpty() && !file.contains(u'/')) {
             m_cards.insert(it.key(), Card{file, a.at(1).toString().toUtf8()});
+            m_fileNames.insert(file.toLower());
+        }
     }
 }
 
@@ -147,6 +146,7 @@ QString CardDavBookCache::put(const QString& cardHref, const QByteArray& vcard,
     if (!writeReplacing(path, vcard, error))
         return QString();
     m_cards.insert(cardHref, Card{name, etag});
+    m_fileNames.insert(name.toLower());
     return path;
 }
 
@@ -156,6 +156,7 @@ void CardDavBookCache::remove(const QString& cardHref)
     if (it == m_cards.cend())
         return;
     QFile::remove(m_dir + QLatin1Char('/') + it->file);
+    m_fileNames.remove(it->file.toLower());
     m_cards.erase(it);
 }
 

@@ -2,6 +2,7 @@
 
 #include <QByteArray>
 #include <QHash>
+#include <QSet>
 #include <QString>
 
 // The local copy of one address book: a folder of vCard files, one per card on the server,
@@ -56,4 +57,5 @@ private:
 
     QString m_dir;
     QHash<QString, Card> m_cards;
+    QSet<QString> m_fileNames; // lower case, for names that differ only in case
 };

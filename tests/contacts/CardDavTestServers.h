@@ -29,7 +29,7 @@ inline int freePort()
     return probe.serverPort();
 }
 
-inline bool waitForPort(int port, QProcess& process, int ms = 15000)
+inline bool waitForPort(int port, QProcess& process, int ms = 30000)
 {
     QDeadlineTimer deadline(ms);
     while (!deadline.hasExpired()) {

@@ -45,7 +45,7 @@ class TstCardDav : public QObject
         s.useKeychain = false;
         s.freshForMs = 0;
         s.retryAfterFailureMs = 0;
-        s.answerWithinMs = 5000;
+        s.answerWithinMs = 20000; // a loaded test machine, not a slow server
         s.useSyncCollection = syncCollection;
         s.askLogin = [this](const CardDavLoginRequest& r) -> std::optional<CardDavLogin> {
             m_asked.append(r.failed);

@@ -5,6 +5,7 @@
 
 #include "app/Settings.h"
 #include "app/WizardIcons.h"
+#include "app/dialogs/FrmCardDavLogin.h"
 #include "app/dialogs/FrmOutlookFolderSelection.h"
 #include "contacts/ClsOutlookVgContactFolder.h"
 #include "contacts/OlItemWindow.h"
@@ -84,8 +85,11 @@ bool FrmMain::ConnectOutlook()
         SetStatus(QStringLiteral("Verbindung zu Outlook herstellen..."));
         SetHourglass(true);
         if (!m_olApplication) {
-            m_olApplication = std::make_shared<OlApplication>(
-                OlStoreRoots::defaults(m_g.settings.PublicFoldersPath));
+            OlStoreRoots roots = OlStoreRoots::defaults(m_g.settings.PublicFoldersPath);
+            roots.cardDav.askLogin = [this](const CardDavLoginRequest& request) {
+                return FrmCardDavLogin::ask(request, this);
+            };
+            m_olApplication = std::make_shared<OlApplication>(roots);
             m_olApplication->setActiveInspectorFile(m_inspectorFile);
         }
         moVgContactFolder = std::make_unique<ClsOutlookVgContactFolder>(m_olApplication);
@@ -252,19 +256,23 @@ void FrmMain::searchFolder(const QString& folder, const QString& name)
     // The buttons come back also when the search fails, so that the window can be closed.
     struct Restore {
         FrmMain* w;
+        std::shared_ptr<OlFolder> folder;
         ~Restore()
         {
             w->cmdAbort->setEnabled(false);
             w->cmdSearch->setEnabled(true);
             w->cmdGetCurrentContact->setEnabled(true);
             SetHourglass(false);
-            SetStatus(QStringLiteral("Bereit"));
+            // A server that did not answer: the hits come from the cache, and the user is told.
+            const QString note = folder ? folder->staleNote() : QString();
+            SetStatus(note.isEmpty() ? QStringLiteral("Bereit") : note);
         }
-    } restore{this};
+    } restore{this, nullptr};
 
     const std::shared_ptr<OlFolder> opened = moVgContactFolder->OpenFolder(folder);
     if (!opened)
         return;
+    restore.folder = opened;
     // Reading a large folder takes a while: let the user break it off. This is the search's
     // own question, not the folder object's CheckForAbort event, whose handler announces an
     // abort under way: the status keeps "Suchen..." until somebody presses "Abbrechen".

@@ -11,6 +11,7 @@
 
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
 
 namespace
 {
@@ -94,6 +95,11 @@ OlItems CliContactSource::search(const QString& folderPath, const QString& lastN
                 ? QStringLiteral("Öffnen des Ordners '%1' nicht möglich!").arg(folderPath)
                 : boxes.last();
         const bool notContacts = cause.endsWith(kNoContacts);
+        // Earlier boxes say why (a server that refused the login, for instance).
+        // The retry question of the error box has no answer here.
+        static const QRegularExpression retry(QStringLiteral("\\s*Noch einmal versuchen\\?\\s*$"));
+        for (qsizetype i = 0; i + 1 < boxes.size(); ++i)
+            CliUserInterface::printError(QString(boxes[i]).remove(retry));
         throw CliFailure(notContacts ? CliExitCode::NotContactFolder : CliExitCode::FolderMissing,
                          cause);
     }
@@ -102,6 +108,9 @@ OlItems CliContactSource::search(const QString& folderPath, const QString& lastN
 
     try {
         const OlItems all = folder->Items();
+        // A server that did not answer: the cache is searched, and the caller is told.
+        if (!folder->staleNote().isEmpty())
+            CliUserInterface::printError(QStringLiteral("Hinweis: ") + folder->staleNote());
         if (lastName.isEmpty())
             return all;
         // The filter language doubles a quote inside a quoted value: O'Brien is found.

@@ -52,6 +52,11 @@ const QList<OptionRow>& optionTable()
         {{"ausgabe", "out"},
          "ordner",
          "Ordner für das fertige Dokument (Standard: Einstellung, sonst der Dokumente-Ordner)."},
+        {{"passwort-datei"},
+         "datei",
+         "Kennwort für einen CardDAV-Server (Einstellung \"PublicFoldersPath\"): die erste Zeile "
+         "der Datei. Den Benutzernamen nennt die Adresse (https://anna@host/). Ohne diese Option "
+         "gilt das im Schlüsselbund gespeicherte Kennwort."},
         {{"felder", "fields"},
          nullptr,
          "Alle Felder mit ihren Werten für den Kontakt ausgeben (Feldname, Tabulator, Wert), statt "
@@ -173,6 +178,7 @@ CliOptions CliOptions::parse(const QStringList& arguments)
     o.templatePath = singleValue(parser, QStringLiteral("vorlage"));
     o.outputFolder = singleValue(parser, QStringLiteral("ausgabe"));
     o.listFields = parser.isSet(QStringLiteral("felder"));
+    o.passwordFile = singleValue(parser, QStringLiteral("passwort-datei"));
 
     const bool fromFile = parser.isSet(QStringLiteral("kontakt"));
     const bool fromFolder = parser.isSet(QStringLiteral("ordner"));

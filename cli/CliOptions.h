@@ -27,6 +27,8 @@ struct CliOptions {
 
     QString outputFolder; // empty: the user's setting
     bool listFields = false;
+    // First line: the CardDAV server's password (unattended runs); empty: the secret store.
+    QString passwordFile;
 
     // Parses the arguments (the program name first). Throws CliFailure (CliExitCode::Usage)
     // with a German message naming the argument.

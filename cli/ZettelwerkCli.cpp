@@ -70,8 +70,6 @@ QString templateProblem(const QString& templateFile)
 ZettelwerkCli::ZettelwerkCli()
 {
     setUserInterface(&m_ui);
-    // A contact without "Firma 2" is normal; the address block just goes on without it.
-    m_folder.setRaiseErrorEvents(true);
 }
 
 ZettelwerkCli::~ZettelwerkCli()
@@ -92,6 +90,7 @@ int ZettelwerkCli::run(const QStringList& arguments)
             return CliExitCode::Ok;
         }
         loadSettings();
+        connectContacts(options);
         applyAddressFlags(options);
         if (options.listHits) {
             listHits(options);
@@ -135,18 +134,45 @@ void ZettelwerkCli::loadSettings()
     }
 }
 
+void ZettelwerkCli::connectContacts(const CliOptions& o)
+{
+    OlStoreRoots roots = OlStoreRoots::defaults(m_settings.PublicFoldersPath);
+    if (!o.passwordFile.isEmpty()) {
+        QFile file(o.passwordFile);
+        if (!file.open(QIODevice::ReadOnly)) {
+            throw CliFailure(CliExitCode::Usage,
+                             QStringLiteral("Die Kennwortdatei '%1' kann nicht gelesen werden: %2")
+                                 .arg(shown(o.passwordFile), file.errorString()));
+        }
+        QString password = QString::fromUtf8(file.readLine());
+        while (password.endsWith(u'\n') || password.endsWith(u'\r'))
+            password.chop(1);
+        roots.cardDav.keepLogins = false;
+        // Asked once: a refused password is not offered again.
+        roots.cardDav.askLogin =
+            [password](const CardDavLoginRequest& r) -> std::optional<CardDavLogin> {
+            if (r.failed || r.user.isEmpty())
+                return std::nullopt;
+            return CardDavLogin{r.user, password};
+        };
+    }
+    m_folder = std::make_unique<ClsOutlookVgContactFolder>(std::make_shared<OlApplication>(roots));
+    // A contact without "Firma 2" is normal; the address block just goes on without it.
+    m_folder->setRaiseErrorEvents(true);
+}
+
 void ZettelwerkCli::applyAddressFlags(const CliOptions& o)
 {
-    m_folder.setTitleAndNameOnSameLine(
+    m_folder->setTitleAndNameOnSameLine(
         o.titleAndNameOnSameLine.value_or(m_settings.TitleAndNameOnSameLine));
-    m_folder.setAddEmptyLineBeforeCity(
+    m_folder->setAddEmptyLineBeforeCity(
         o.addEmptyLineBeforeCity.value_or(m_settings.AddEmptyLineBeforeCity));
-    m_folder.setAddNToHerr(o.addNToHerr.value_or(m_settings.AddNToHerr));
+    m_folder->setAddNToHerr(o.addNToHerr.value_or(m_settings.AddNToHerr));
 }
 
 ContactItem ZettelwerkCli::findContact(const CliOptions& o)
 {
-    CliContactSource source(m_folder, m_ui);
+    CliContactSource source(*m_folder, m_ui);
     if (!o.vcardFile.isEmpty())
         return source.fromFile(o.vcardFile, o.number);
     const OlItems hits = source.search(o.folder, o.lastName);
@@ -155,7 +181,7 @@ ContactItem ZettelwerkCli::findContact(const CliOptions& o)
 
 void ZettelwerkCli::listHits(const CliOptions& o)
 {
-    CliContactSource source(m_folder, m_ui);
+    CliContactSource source(*m_folder, m_ui);
     const OlItems hits = source.search(o.folder, o.lastName);
     const long count = hits.Count();
     if (count == 0)
@@ -175,15 +201,15 @@ void ZettelwerkCli::listHits(const CliOptions& o)
 ContactFieldResolver ZettelwerkCli::resolverFor(const CliOptions& o, const ContactItem& contact)
 {
     return [this, &o, &contact](const QString& baseName, int fieldType) {
-        return m_folder.GetFieldData(&contact, baseName, fieldType, o.addressType, o.addressOrder,
-                                     o.addressStyle);
+        return m_folder->GetFieldData(&contact, baseName, fieldType, o.addressType, o.addressOrder,
+                                      o.addressStyle);
     };
 }
 
 void ZettelwerkCli::listFields(const CliOptions& o, const ContactItem& contact)
 {
     const auto rows = CliFieldListing::fieldValues(
-        resolverFor(o, contact), m_folder.GetUserPropertyNames(&contact), m_specialFields);
+        resolverFor(o, contact), m_folder->GetUserPropertyNames(&contact), m_specialFields);
     for (const auto& [field, value] : rows)
         CliUserInterface::printOut(field + u'\t' + oneLine(value));
 }

@@ -9,6 +9,7 @@
 
 #include <QString>
 #include <QStringList>
+#include <memory>
 
 // One run of zettelwerk-cli: the transfer of the wizard's "Fertigstellen" without its
 // windows. Reads the user's settings (never writes them), finds the contact, creates the
@@ -25,6 +26,8 @@ public:
 
 private:
     void loadSettings();
+    // The session's folder object, made with the public folders of the settings.
+    void connectContacts(const CliOptions& options);
     void applyAddressFlags(const CliOptions& options);
     ContactItem findContact(const CliOptions& options);
     void listHits(const CliOptions& options);
@@ -38,5 +41,5 @@ private:
     Settings m_settings;
     FieldAssignmentList m_assignments;
     QString m_specialFields;
-    ClsOutlookVgContactFolder m_folder;
+    std::unique_ptr<ClsOutlookVgContactFolder> m_folder;
 };

@@ -103,6 +103,14 @@ std::shared_ptr<OlFolder> OlFolder::grouping(QString name, QString path,
     return f;
 }
 
+std::shared_ptr<OlFolder> OlFolder::grouping(QString name, QString path, Lister lister)
+{
+    std::shared_ptr<OlFolder> f =
+        grouping(std::move(name), std::move(path), QList<std::shared_ptr<OlFolder>>());
+    f->m_lister = std::move(lister);
+    return f;
+}
+
 bool OlFolder::isReadable() const
 {
     if (m_grouping)
@@ -173,7 +181,7 @@ QString OlFolder::DefaultMessageClass() const
 QList<std::shared_ptr<OlFolder>> OlFolder::listChildren()
 {
     if (m_grouping)
-        return m_children;
+        return m_lister ? m_lister() : m_children;
     timespec now{};
     if (m_childrenListed && statTime(m_dir, &now) && now.tv_sec == m_childrenTime.tv_sec &&
         now.tv_nsec == m_childrenTime.tv_nsec)
@@ -245,6 +253,8 @@ OlItems OlFolder::Items()
 {
     if (m_grouping)
         return OlItems();
+    if (m_remote)
+        m_remote->refresh();
     if (!m_index || !m_index->isCurrent())
         m_index = std::make_shared<VCardFolderIndex>(m_dir, m_path, m_problems);
     return OlItems(m_index);
@@ -257,6 +267,11 @@ OlItem OlFolder::addContact(ContactItem contact)
             70,
             QStringLiteral("Zugriff verweigert: Der Ordner '%1' ist schreibgeschützt.").arg(m_path),
             QStringLiteral("AddItem"));
+    }
+    if (m_remote) {
+        OlItem added = m_remote->addContact(std::move(contact), m_path);
+        m_index.reset();
+        return added;
     }
     contact.ensureUid();
     const QByteArray bytes = VCardWriter::write(contact.card());

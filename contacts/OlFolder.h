@@ -2,6 +2,7 @@
 
 #include "contacts/ContactItem.h"
 #include "contacts/ContactUserProperty.h"
+#include "contacts/OlFolderRemote.h"
 #include "contacts/OlItems.h"
 #include "contacts/VCardFolderIndex.h"
 
@@ -9,6 +10,7 @@
 #include <QString>
 #include <QStringList>
 #include <ctime>
+#include <functional>
 #include <memory>
 
 // One folder of the Outlook session (Outlook's MAPIFolder): a folder on disk whose
@@ -37,6 +39,17 @@ public:
     // A folder without items that holds the given folders.
     static std::shared_ptr<OlFolder> grouping(QString name, QString path,
                                               QList<std::shared_ptr<OlFolder>> children);
+    // A folder without items whose folders are asked for each time they are listed (the
+    // address books of a server). The lister throws ZwError when it has none to give.
+    using Lister = std::function<QList<std::shared_ptr<OlFolder>>()>;
+    static std::shared_ptr<OlFolder> grouping(QString name, QString path, Lister lister);
+
+    // A folder on disk that is the local copy of a server's folder: Items() first lets the
+    // remote bring the files up to date, and addContact() goes to the server.
+    void setRemote(std::shared_ptr<OlFolderRemote> remote) { m_remote = std::move(remote); }
+    const std::shared_ptr<OlFolderRemote>& remote() const { return m_remote; }
+    // Empty, or the German note that the data shown may be old (see OlFolderRemote).
+    QString staleNote() const { return m_remote ? m_remote->staleNote() : QString(); }
 
     const QString& Name() const { return m_name; }
     // Outlook's form: "\\Persönliche Ordner\Kontakte".
@@ -91,6 +104,8 @@ private:
     timespec m_childrenTime{};
     QList<std::shared_ptr<OlFolder>> m_children;
     std::shared_ptr<VCardFolderIndex> m_index;
+    Lister m_lister;
+    std::shared_ptr<OlFolderRemote> m_remote;
     std::shared_ptr<VCardFolderIndex::Problems> m_problems =
         std::make_shared<VCardFolderIndex::Problems>();
 };

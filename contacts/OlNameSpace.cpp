@@ -1,5 +1,6 @@
 #include "contacts/OlNameSpace.h"
 
+#include "contacts/CardDavAccount.h"
 #include "util/ErrorRoutine.h"
 #include "util/ZwError.h"
 
@@ -21,9 +22,16 @@ void OlNameSpace::Logon()
                                          m_roots.personal, true, false));
     }
     QList<std::shared_ptr<OlFolder>> publicChildren;
-    if (!m_roots.publicFolders.isEmpty()) {
-        const QString path =
-            OlStoreNames::publicStore() + QLatin1Char('\\') + OlStoreNames::allPublicFolders();
+    const QString publicPath =
+        OlStoreNames::publicStore() + QLatin1Char('\\') + OlStoreNames::allPublicFolders();
+    if (CardDavAccount::isServerAddress(m_roots.publicFolders)) {
+        // The server is asked only when its books are first listed, not at logon.
+        auto account = std::make_shared<CardDavAccount>(m_roots.publicFolders, m_roots.cardDav);
+        publicChildren.append(
+            OlFolder::grouping(OlStoreNames::allPublicFolders(), publicPath,
+                               [account, publicPath] { return account->folders(publicPath); }));
+    } else if (!m_roots.publicFolders.isEmpty()) {
+        const QString& path = publicPath;
         publicChildren.append(OlFolder::onDisk(OlStoreNames::allPublicFolders(), path,
                                                m_roots.publicFolders, true, false));
     }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "contacts/CardDavSettings.h"
+
 #include <QString>
 
 // Where the stores of the Outlook session live on disk. Handed to OlApplication, so that the
@@ -8,9 +10,12 @@ struct OlStoreRoots {
     // "Persönliche Ordner": read and write. Created on logon together with its folder
     // "Kontakte".
     QString personal;
-    // The folder tree behind "Öffentliche Ordner\Alle Öffentlichen Ordner" (a mounted share
-    // until CardDAV arrives). Empty: "Öffentliche Ordner" has no sub-folders.
+    // What stands behind "Öffentliche Ordner\Alle Öffentlichen Ordner": a folder tree (a
+    // mounted share), or the http(s):// address of a CardDAV server whose address books are
+    // its folders. Empty: "Öffentliche Ordner" has no sub-folders.
     QString publicFolders;
+    // How a CardDAV server in publicFolders is reached and cached.
+    CardDavSettings cardDav;
     // The read-only sample store shipped beside the program. Listed only when it exists.
     QString samples;
 

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 pkgs=(build-essential cmake ninja-build pkgconf qt6-base-dev libzip-dev libpugixml-dev
-      fonts-dejavu-core)
+      fonts-dejavu-core qtkeychain-qt6-dev)
 # Qt's German texts for standard buttons and file dialogs, read at run time.
 pkgs+=(qt6-translations-l10n)
 if [ "${1:-build}" = test ]; then
@@ -13,6 +13,8 @@ if [ "${1:-build}" = test ]; then
   pkgs+=(xvfb xauth libreoffice-writer-nogui poppler-utils)
   # The install test validates the desktop entry and the AppStream metainfo.
   pkgs+=(desktop-file-utils appstream)
+  # The CardDAV tests start real servers; openssl makes the certificate nobody trusts.
+  pkgs+=(radicale xandikos openssl)
 fi
 
 missing=()

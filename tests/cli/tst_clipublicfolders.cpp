@@ -1,0 +1,103 @@
+// zettelwerk-cli searches the public folders of the settings: a folder tree, or the books of
+// a CardDAV server with the password from a file.
+
+#include "tests/cli/CliRunner.h"
+#include "tests/contacts/CardDavTestServers.h"
+#include "tests/support/TestEnvironment.h"
+
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace CliRunner;
+
+class TstCliPublicFolders : public QObject
+{
+    Q_OBJECT
+
+    std::unique_ptr<TestEnvironment> m_env;
+    std::unique_ptr<QTemporaryDir> m_dir;
+    carddavtest::Radicale m_radicale;
+    std::unique_ptr<QTemporaryDir> m_cache;
+
+    static QByteArray card(const QByteArray& uid, const QByteArray& last)
+    {
+        return "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:" + uid + "\r\nFN:Eva " + last + "\r\nN:" + last +
+               ";Eva;;;\r\nEND:VCARD\r\n";
+    }
+
+private slots:
+    void initTestCase()
+    {
+        m_env = std::make_unique<TestEnvironment>();
+        m_dir = std::make_unique<QTemporaryDir>();
+        QVERIFY(m_radicale.start(m_dir->path() + QStringLiteral("/radicale")));
+        m_radicale.makeBook(QStringLiteral("vg"), QStringLiteral("VG-Kontakte"));
+        QCOMPARE(
+            carddavtest::http(
+                "PUT",
+                m_radicale.bookUrl(QStringLiteral("vg")).resolved(QUrl(QStringLiteral("m.vcf"))),
+                card("m", "Müller")),
+            201);
+        writeFile(m_dir->path() + QStringLiteral("/share/VG-Kontakte/m.vcf"), card("m", "Müller"));
+        writeFile(m_dir->path() + QStringLiteral("/richtig"), "geheim\n");
+        writeFile(m_dir->path() + QStringLiteral("/falsch"), "falsch\n");
+    }
+
+    void search_data()
+    {
+        QTest::addColumn<QString>("publicFolders");
+        QTest::addColumn<QString>("passwordFile");
+        QTest::addColumn<bool>("freshCache");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("out");
+        QTest::addColumn<QString>("err");
+        const QString server =
+            m_radicale.base().replace(QStringLiteral("://"), QStringLiteral("://anna@")) +
+            QStringLiteral("/");
+        const QString share = m_dir->path() + QStringLiteral("/share");
+        QTest::newRow("folder tree") << share << QString() << true << 0 << "Müller"
+                                     << "";
+        QTest::newRow("CardDAV, password file") << server << "richtig" << true << 0 << "Müller"
+                                                << "";
+        // The books synced before are searched; the note says why the data may be old.
+        QTest::newRow("CardDAV, wrong password, cached")
+            << server << "falsch" << false << 0 << "Müller"
+            << "Anmeldung";
+        QTest::newRow("CardDAV, no password, cached")
+            << server << QString() << false << 0 << "Müller"
+            << "veraltet";
+        QTest::newRow("CardDAV, wrong password, nothing cached")
+            << server << "falsch" << true << 3 << ""
+            << "Anmeldung";
+        QTest::newRow("CardDAV, unreadable password file") << server << "fehlt" << true << 1 << ""
+                                                           << "Kennwortdatei";
+    }
+    void search()
+    {
+        QFETCH(QString, publicFolders);
+        QFETCH(QString, passwordFile);
+        QFETCH(bool, freshCache);
+        QFETCH(int, exitCode);
+        QFETCH(QString, out);
+        QFETCH(QString, err);
+        if (freshCache) {
+            m_cache = std::make_unique<QTemporaryDir>();
+            qputenv("XDG_CACHE_HOME", QFile::encodeName(m_cache->path()));
+        }
+        writeSettings({{QStringLiteral("PublicFoldersPath"), publicFolders}});
+        QStringList args = {QStringLiteral("--ordner"), QStringLiteral("VG-Kontakte"),
+                            QStringLiteral("--nachname"), QStringLiteral("Müller"),
+                            QStringLiteral("--liste")};
+        if (!passwordFile.isEmpty())
+            args << QStringLiteral("--passwort-datei") << m_dir->path() + u'/' + passwordFile;
+        const Result r = run(args);
+        QVERIFY(r.finished);
+        QCOMPARE(r.exitCode, exitCode);
+        QVERIFY2(r.out.contains(out) && r.err.contains(err), qPrintable(r.out + r.err));
+        if (err.isEmpty())
+            QCOMPARE(r.err, QString());
+    }
+};
+
+QTEST_GUILESS_MAIN(TstCliPublicFolders)
+#include "tst_clipublicfolders.moc"

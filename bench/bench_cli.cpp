@@ -2,6 +2,8 @@
 // "--version" (process and Qt start, argument parsing), "--felder" (plus settings, contact
 // and every field), a fill of Bsp-Brief.dotx from a vCard file, and the same fill from the
 // sample store by last name. Each runs in a private HOME/XDG folder without stored settings.
+// Then a last-name search with --liste in a folder of 20,000 contact files, without and with
+// the folder index, and --liste of an export of 100,000 cards in one file.
 // Usage: bench_cli [runs]   (default 50)
 #include <QCoreApplication>
 #include <QDir>
@@ -97,5 +99,41 @@ int main(int argc, char* argv[])
     measure("--ordner Beispielkontakte --nachname Müller", runs, program,
             {"--ordner", "Root\\Beispielkontakte", "--nachname", "Müller", "--vorlage", letter,
              "--ausgabe", out});
+
+    // Large folders in the private data folder's personal store.
+    const QString store = home.path() + QStringLiteral("/data/Zettelwerk/Persönliche Ordner");
+    QDir().mkpath(store + QStringLiteral("/Kontakte"));
+    QDir().mkpath(store + QStringLiteral("/Export"));
+    auto cardOf = [](int i) {
+        static const char* const last[] = {"Müller", "Schmidt", "Schneider", "Fischer", "Weber"};
+        return "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:" + QByteArray::number(i) + "-bench\r\nN:" +
+               QByteArray(last[i % 5]) + QByteArray::number(i / 5 % 100) + ";Vorname" +
+               QByteArray::number(i) + ";;;\r\nORG:Firma " + QByteArray::number(i % 977) +
+               "\r\nADR;TYPE=WORK:;;Weg " + QByteArray::number(i) +
+               ";Stadt;;10115;Deutschland\r\nEND:VCARD\r\n";
+    };
+    for (int i = 0; i < 20000; ++i) {
+        QFile f(store + QStringLiteral("/Kontakte/k%1.vcf").arg(i, 6, 10, QLatin1Char('0')));
+        if (!f.open(QIODevice::WriteOnly) || f.write(cardOf(i)) <= 0)
+            return 1;
+    }
+    QFile all(store + QStringLiteral("/Export/alle.vcf"));
+    if (!all.open(QIODevice::WriteOnly))
+        return 1;
+    for (int i = 0; i < 100000; ++i)
+        all.write(cardOf(i));
+    all.close();
+    qputenv("XDG_CACHE_HOME", (home.path() + QStringLiteral("/cache")).toUtf8());
+    const QList<QByteArray> search = {"--ordner", "Root\\Persönliche Ordner\\Kontakte",
+                                      "--nachname", "Müller7", "--liste"};
+    qputenv("ZETTELWERK_ORDNERINDEX", "0");
+    measure("20.000 Dateien, --nachname --liste, ohne Index", std::max(1, runs / 5), program,
+            search);
+    qunsetenv("ZETTELWERK_ORDNERINDEX");
+    std::printf("%-44s %7.2f ms\n", "20.000 Dateien, erster Lauf (baut den Index)",
+                runOnce(program, search));
+    measure("20.000 Dateien, --nachname --liste, mit Index", runs, program, search);
+    measure("100.000 Karten in einer Datei, --liste", 1, program,
+            {"--ordner", "Root\\Persönliche Ordner\\Export", "--liste"});
     return 0;
 }

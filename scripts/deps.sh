@@ -4,7 +4,7 @@
 set -euo pipefail
 
 pkgs=(build-essential cmake ninja-build pkgconf qt6-base-dev libzip-dev libpugixml-dev
-      fonts-dejavu-core)
+      zlib1g-dev fonts-dejavu-core)
 if [ "${1:-build}" = test ]; then
   # LibreOffice reads filled documents back in the integration test; pdftoppm (poppler)
   # renders them to pictures for a look by eye.

@@ -240,12 +240,12 @@ bool VCardFolderIndex::readFile(int dirFd, quint32 file, QByteArray& buffer,
 
 quint32 VCardFolderIndex::count(const Progress& progress)
 {
+    if (m_counted)
+        return m_count;
     if (FolderIndexStore::enabled()) {
         ensureFresh(progress);
         return m_count;
     }
-    if (m_counted)
-        return m_count;
     scan(OlFilter(), nullptr, progress,
          false); // an empty filter matches nothing but counts everything
     return m_count;
@@ -253,8 +253,10 @@ quint32 VCardFolderIndex::count(const Progress& progress)
 
 quint32 VCardFolderIndex::countWithRows(const Progress& progress)
 {
-    if (FolderIndexStore::enabled())
-        return count(progress);
+    if (FolderIndexStore::enabled()) {
+        ensureFresh(progress); // a new use: the files are compared again
+        return m_count;
+    }
     if (m_counted && m_allRows) {
         ++m_pass; // a new use: the kept rows are checked against their files again
         return m_count;
@@ -316,7 +318,7 @@ bool VCardFolderIndex::rowsCurrent(const File& file) const
 {
     if (file.rowsSize < 0)
         return false;
-    if (file.rowsPass == m_pass)
+    if (file.rowsPass == m_pass || m_verifiedPass == m_pass)
         return true;
     struct stat st {
     };
@@ -644,8 +646,7 @@ void VCardFolderIndex::ensureFresh(const Progress& progress)
     const std::optional<quint64> generation =
         m_hasLinks ? std::nullopt : FolderChangeWatch::generation(m_dirBytes);
     if (m_counted && m_allRows && generation && generation == m_freshGeneration) {
-        for (File& f : m_files)
-            f.rowsPass = m_pass;
+        m_verifiedPass = m_pass;
         return;
     }
     m_freshGeneration.reset();
@@ -784,6 +785,7 @@ void VCardFolderIndex::ensureFresh(const Progress& progress)
     }
     store->verifiedGeneration = generation;
     m_freshGeneration = generation;
+    m_verifiedPass = m_pass;
 }
 
 QList<VCardFolderIndex::Hit> VCardFolderIndex::restrictFromIndex(const OlFilter& filter,

@@ -172,6 +172,7 @@ private:
     bool m_counted = false;
     bool m_allRows = false;
     quint32 m_pass = 0; // passes over files so far
+    quint32 m_verifiedPass = 0; // the pass in which ensureFresh() found all kept rows current
     quint32 m_count = 0;
     qint64 m_passStartNs = 0; // wall clock when the latest pass began
     bool m_hasLinks = false;  // some files are symbolic links (changes not watched)

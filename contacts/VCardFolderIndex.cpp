@@ -117,6 +117,23 @@ VCardFolderIndex::VCardFolderIndex(QString dir, QString location,
     : m_dir(std::move(dir)), m_dirBytes(QFile::encodeName(m_dir)), m_location(std::move(location)),
       m_problems(std::move(problems))
 {
+    if (FolderIndexStore::enabled()) {
+        m_listGeneration = FolderChangeWatch::generation(m_dirBytes);
+        const std::optional<Snapshot> snapshot = snapshotOf(m_dirBytes);
+        if (m_listGeneration && snapshot && snapshot->generation == *m_listGeneration) {
+            m_files = snapshot->files;
+            m_dirMtime = snapshot->dirMtime;
+            m_count = snapshot->count;
+            m_counted = m_allRows = true;
+            m_freshGeneration = m_listGeneration;
+            for (qsizetype i = 0; i < m_files.size(); ++i) {
+                for (const QString& issue : std::as_const(m_files[i].issues))
+                    m_problems->add(QStringLiteral("Datei '%1' im Ordner '%2': %3")
+                                        .arg(fileName(quint32(i)), m_location, issue));
+            }
+            return;
+        }
+    }
     const int fd = openDir();
     DIR* d = fdopendir(fd);
     if (!d) {
@@ -786,6 +803,38 @@ void VCardFolderIndex::ensureFresh(const Progress& progress)
     store->verifiedGeneration = generation;
     m_freshGeneration = generation;
     m_verifiedPass = m_pass;
+    // Unreadable files are tried again by the next listing.
+    const bool allRead = std::all_of(m_files.cbegin(), m_files.cend(),
+                                     [](const File& f) { return f.rowsSize >= 0; });
+    if (generation && generation == m_listGeneration && allRead)
+        keepSnapshot(m_dirBytes, Snapshot{*generation, m_files, m_dirMtime, m_count});
+}
+
+namespace
+{
+std::mutex g_snapshotMutex;
+} // namespace
+
+QHash<QByteArray, VCardFolderIndex::Snapshot>& VCardFolderIndex::snapshots()
+{
+    static QHash<QByteArray, Snapshot> registry;
+    return registry;
+}
+
+std::optional<VCardFolderIndex::Snapshot> VCardFolderIndex::snapshotOf(const QByteArray& dir)
+{
+    const std::lock_guard lock(g_snapshotMutex);
+    const auto& registry = snapshots();
+    const auto it = registry.constFind(dir);
+    if (it == registry.cend())
+        return std::nullopt;
+    return *it;
+}
+
+void VCardFolderIndex::keepSnapshot(const QByteArray& dir, Snapshot snapshot)
+{
+    const std::lock_guard lock(g_snapshotMutex);
+    snapshots().insert(dir, std::move(snapshot));
 }
 
 QList<VCardFolderIndex::Hit> VCardFolderIndex::restrictFromIndex(const OlFilter& filter,

@@ -6,6 +6,7 @@
 #include "contacts/VCardReader.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QList>
 #include <QSet>
 #include <QString>
@@ -129,6 +130,17 @@ private:
         struct stat st {
         };
     };
+    // A listing found current, with every file's records: a new listing of the folder takes
+    // it over while the kernel reports no change (the wizard lists a folder anew per search).
+    struct Snapshot {
+        quint64 generation = 0;
+        QList<File> files;
+        timespec dirMtime{};
+        quint32 count = 0;
+    };
+    static QHash<QByteArray, Snapshot>& snapshots(); // guarded by a mutex of its own
+    static std::optional<Snapshot> snapshotOf(const QByteArray& dir);
+    static void keepSnapshot(const QByteArray& dir, Snapshot snapshot);
     // Reads one file into `buffer` (normalised to UTF-8); false with a report when it cannot.
     // `st` receives the state of the file read.
     bool readFile(int dirFd, quint32 file, QByteArray& buffer, struct stat* st = nullptr) const;
@@ -177,6 +189,7 @@ private:
     qint64 m_passStartNs = 0; // wall clock when the latest pass began
     bool m_hasLinks = false;  // some files are symbolic links (changes not watched)
     std::optional<quint64> m_freshGeneration; // FolderChangeWatch, when last made fresh
+    std::optional<quint64> m_listGeneration;  // FolderChangeWatch, before the listing
     // Where row() last stopped, so that walking a file's cards in order is linear.
     struct {
         quint32 file = 0, card = 0;

@@ -197,13 +197,12 @@ private slots:
         }
 
         const QStringList after = fullScan(m_dir->path(), kMueller);
+        QCOMPARE(describe(m_dir->path(), kMueller), after);
         const QStringList child = inChild(m_dir->path(), kMueller);
         if (trusted) {
             QCOMPARE(after, before);
             QCOMPARE(child.size(), after.size() - 1); // b.vcf's Müller now reads as Weber
-            QCOMPARE(describe(m_dir->path(), kMueller), child);
         } else {
-            QCOMPARE(describe(m_dir->path(), kMueller), after);
             QCOMPARE(child, after);
         }
     }

@@ -157,7 +157,7 @@ OlItemRow IndexedCard::row() const
     return row;
 }
 
-QString IndexedCard::filterText(Field field) const
+QByteArrayView IndexedCard::filterUtf8(Field field) const
 {
     int own = -1;
     switch (field) {
@@ -177,8 +177,8 @@ QString IndexedCard::filterText(Field field) const
         break;
     }
     if (own >= 0 && (m_flags & (kOwnLast << own)))
-        return text(m_own[own]);
-    return text(m_text[field]);
+        return m_own[own];
+    return m_text[field];
 }
 
 std::optional<IndexedCard::Field> IndexedCard::filterField(const OlFilter::Property& p)

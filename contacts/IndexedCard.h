@@ -35,8 +35,9 @@ public:
     OlItemRow row() const;
     // A distribution list as the folder's filter path sees it: it matches no filter.
     bool isGroup() const { return m_flags & kGroup; }
-    // The value a filter compares for `field` (not for a group).
-    QString filterText(Field field) const;
+    // The value a filter compares for `field` (not for a group), and its UTF-8 bytes.
+    QString filterText(Field field) const { return text(filterUtf8(field)); }
+    QByteArrayView filterUtf8(Field field) const;
 
     // The indexed field a filter property reads; nullopt for any other property.
     static std::optional<Field> filterField(const OlFilter::Property& property);

@@ -20,7 +20,9 @@
 #include <mutex>
 #include <sys/stat.h>
 #include <system_error>
+#include <string>
 #include <thread>
+#include <unordered_map>
 #include <unistd.h>
 #include <vector>
 
@@ -127,7 +129,7 @@ VCardFolderIndex::VCardFolderIndex(QString dir, QString location,
             m_counted = m_allRows = true;
             m_freshGeneration = m_listGeneration;
             for (qsizetype i = 0; i < m_files.size(); ++i) {
-                for (const QString& issue : std::as_const(m_files[i].issues))
+                for (const QString& issue : std::as_const(m_files)[i].issues)
                     m_problems->add(QStringLiteral("Datei '%1' im Ordner '%2': %3")
                                         .arg(fileName(quint32(i)), m_location, issue));
             }
@@ -689,9 +691,10 @@ void VCardFolderIndex::ensureFresh(const Progress& progress)
     if (!unchanged) {
         // One look at every file's state (no file is read); the kernel answers in parallel.
         now.resize(size_t(m_files.size()));
+        const QList<File>& files = m_files;
         parallelFor(m_files.size(), [&](qsizetype i) {
             Now& n = now[size_t(i)];
-            if (::fstatat(fd, m_files[i].name.constData(), &n.st, 0) != 0)
+            if (::fstatat(fd, files[i].name.constData(), &n.st, 0) != 0)
                 n.err = errno;
         });
     }
@@ -848,9 +851,27 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrictFromIndex(const OlFilter&
         return QVariant(card->filterText(fields[i]));
     };
     QList<Hit> hits;
+    // Many cards share their values (a folder has far fewer last names than cards): the
+    // filter is decided once per distinct combination of the texts it reads.
+    std::unordered_map<std::string, bool> decided;
+    std::string key;
     auto test = [&](const IndexedCard& c) {
+        if (c.isGroup())
+            return false;
+        key.clear();
+        for (const IndexedCard::Field f : std::as_const(fields)) {
+            const QByteArrayView utf8 = c.filterUtf8(f);
+            const quint32 n = quint32(utf8.size());
+            key.append(reinterpret_cast<const char*>(&n), sizeof n);
+            key.append(utf8.data(), size_t(n));
+        }
+        const auto known = decided.find(key);
+        if (known != decided.end())
+            return known->second;
         card = &c;
-        return !c.isGroup() && filter.matches(valueOf);
+        const bool match = filter.matches(valueOf);
+        decided.emplace(key, match);
+        return match;
     };
     if (within) {
         qsizetype w = 0;
@@ -909,7 +930,7 @@ void VCardFolderIndex::throwGone(const Hit& hit) const
 
 qsizetype VCardFolderIndex::recordAt(const Hit& hit)
 {
-    const QByteArrayView rows(m_files[hit.file].rows);
+    const QByteArrayView rows(std::as_const(m_files)[hit.file].rows);
     // Rows are mostly asked for in order: go on from the last one in the same records.
     qsizetype pos = 0;
     quint32 c = 0;
@@ -931,8 +952,9 @@ qsizetype VCardFolderIndex::recordAt(const Hit& hit)
 
 OlItemRow VCardFolderIndex::row(const Hit& hit)
 {
-    File& file = m_files[hit.file];
-    if (!rowsCurrent(file)) {
+    // Read only: the listing may share its files with the folder's snapshot.
+    if (!rowsCurrent(std::as_const(m_files)[hit.file])) {
+        File& file = m_files[hit.file];
         const int fd = openDir();
         QByteArray buffer;
         struct stat st {
@@ -945,7 +967,7 @@ OlItemRow VCardFolderIndex::row(const Hit& hit)
             keepRows(hit.file, buffer, VCardReader::split(buffer), st);
     }
     qsizetype pos = recordAt(hit);
-    return IndexedCard(file.rows, pos).row();
+    return IndexedCard(std::as_const(m_files)[hit.file].rows, pos).row();
 }
 
 OlItem VCardFolderIndex::item(const Hit& hit) const

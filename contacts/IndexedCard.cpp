@@ -87,12 +87,12 @@ void IndexedCard::pack(QByteArrayView card, const QString& location, int index, 
         const QString nValue = n ? n->value : QString();
         own[0] = OlFilter::componentValue(OlFilter::Source::NamePart, 0, nValue);
         own[1] = OlFilter::componentValue(OlFilter::Source::NamePart, 1, nValue);
-        own[2] = OlFilter::componentValue(OlFilter::Source::OrgPart, 0, org ? org->value : QString());
-        own[3] = row.isContact()
-                     ? row.fileAs
-                     : ContactItem(VCardReader::parse(card), location, index)
-                           .value(u"FileAs")
-                           .toString();
+        own[2] =
+            OlFilter::componentValue(OlFilter::Source::OrgPart, 0, org ? org->value : QString());
+        own[3] = row.isContact() ? row.fileAs
+                                 : ContactItem(VCardReader::parse(card), location, index)
+                                       .value(u"FileAs")
+                                       .toString();
         const QString* shown[4] = {&row.lastName, &row.firstName, &row.companyName, &row.fileAs};
         for (int i = 0; i < 4; ++i) {
             if (own[i] != *shown[i])

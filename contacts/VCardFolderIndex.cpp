@@ -18,12 +18,12 @@
 #include <exception>
 #include <fcntl.h>
 #include <mutex>
+#include <string>
 #include <sys/stat.h>
 #include <system_error>
-#include <string>
 #include <thread>
-#include <unordered_map>
 #include <unistd.h>
+#include <unordered_map>
 #include <vector>
 
 namespace
@@ -160,9 +160,9 @@ VCardFolderIndex::VCardFolderIndex(QString dir, QString location,
             struct stat fst {
             };
             regular = fstatat(fd, e->d_name, &fst, 0) == 0 && S_ISREG(fst.st_mode);
-            link = link || (e->d_type == DT_UNKNOWN &&
-                            fstatat(fd, e->d_name, &fst, AT_SYMLINK_NOFOLLOW) == 0 &&
-                            S_ISLNK(fst.st_mode));
+            link = link ||
+                   (e->d_type == DT_UNKNOWN &&
+                    fstatat(fd, e->d_name, &fst, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(fst.st_mode));
         }
         if (regular) {
             File file;
@@ -377,7 +377,7 @@ QList<quint32> VCardFolderIndex::inodeOrder() const
 }
 
 void VCardFolderIndex::scanAllFiles(int dirFd, const QList<quint32>& order,
-                                     const Progress& progress, bool allRows, bool keepIssues)
+                                    const Progress& progress, bool allRows, bool keepIssues)
 {
     const qsizetype n = order.size();
     // Workers read the names while this thread keeps what they found in other members of
@@ -670,7 +670,9 @@ void VCardFolderIndex::ensureFresh(const Progress& progress)
     }
     m_freshGeneration.reset();
     const std::shared_ptr<FolderIndexStore> store = FolderIndexStore::forFolder(m_dirBytes);
-    const std::lock_guard lock(store->mutex());
+    // Not held while files are read: the progress question may let the user start another
+    // use of the folder on this thread.
+    std::unique_lock lock(store->mutex());
     // Nothing changed in the folder since its entries were last compared with the files.
     const bool unchanged = generation && store->verifiedGeneration == generation;
     if (!unchanged)
@@ -725,10 +727,9 @@ void VCardFolderIndex::ensureFresh(const Progress& progress)
         } else {
             const struct stat& st = now[size_t(i)].st;
             // This listing's own records are as good as the kept ones.
-            const bool ownCurrent =
-                file.rowsSize >= 0 && file.settled &&
-                matches(st, file.rowsSize, file.rowsModifiedNs, nanoseconds(file.rowsChanged),
-                        file.inode);
+            const bool ownCurrent = file.rowsSize >= 0 && file.settled &&
+                                    matches(st, file.rowsSize, file.rowsModifiedNs,
+                                            nanoseconds(file.rowsChanged), file.inode);
             const bool entryCurrent =
                 entry && entry->settled &&
                 matches(st, entry->size, entry->mtimeNs, entry->ctimeNs, entry->inode);
@@ -748,8 +749,8 @@ void VCardFolderIndex::ensureFresh(const Progress& progress)
             file.inode = entry->inode;
             file.rowsSize = entry->size;
             file.rowsModifiedNs = entry->mtimeNs;
-            file.rowsChanged = timespec{time_t(entry->ctimeNs / 1000000000),
-                                        long(entry->ctimeNs % 1000000000)};
+            file.rowsChanged =
+                timespec{time_t(entry->ctimeNs / 1000000000), long(entry->ctimeNs % 1000000000)};
             file.settled = entry->settled;
             file.issues = entry->issues;
             file.rowsPass = m_pass;
@@ -759,10 +760,11 @@ void VCardFolderIndex::ensureFresh(const Progress& progress)
     storeChanged = storeChanged || e < entries.size();
 
     if (!toRead.isEmpty()) {
-        std::sort(toRead.begin(), toRead.end(), [this](quint32 a, quint32 b) {
-            return m_files[a].inode < m_files[b].inode;
-        });
+        std::sort(toRead.begin(), toRead.end(),
+                  [this](quint32 a, quint32 b) { return m_files[a].inode < m_files[b].inode; });
+        lock.unlock();
         scanAllFiles(fd, toRead, progress, true, true);
+        lock.lock();
         storeChanged = true;
     }
 
@@ -934,8 +936,8 @@ qsizetype VCardFolderIndex::recordAt(const Hit& hit)
     // Rows are mostly asked for in order: go on from the last one in the same records.
     qsizetype pos = 0;
     quint32 c = 0;
-    if (m_rowCursor.pos >= 0 && m_rowCursor.file == hit.file && m_rowCursor.version == m_rowsVersion &&
-        m_rowCursor.card <= hit.card) {
+    if (m_rowCursor.pos >= 0 && m_rowCursor.file == hit.file &&
+        m_rowCursor.version == m_rowsVersion && m_rowCursor.card <= hit.card) {
         pos = m_rowCursor.pos;
         c = m_rowCursor.card;
     }

@@ -118,10 +118,10 @@ private:
         timespec rowsChanged{};
         quint32 rowsPass = 0; // the pass that kept them or last found them current
         qint64 rowsModifiedNs = 0;
-        bool settled = false;  // see FolderIndexStore::Entry
-        QStringList issues;    // the reader's messages about its malformed cards
+        bool settled = false; // see FolderIndexStore::Entry
+        QStringList issues;   // the reader's messages about its malformed cards
     };
-    // What one read of a file found; kept by keepScan().
+    // What one read of a file found (scanAllFiles, on a worker thread).
     struct FileScan {
         int err = 0;
         quint32 cards = 0;
@@ -183,11 +183,11 @@ private:
     timespec m_dirMtime{};
     bool m_counted = false;
     bool m_allRows = false;
-    quint32 m_pass = 0; // passes over files so far
+    quint32 m_pass = 0;         // passes over files so far
     quint32 m_verifiedPass = 0; // the pass in which ensureFresh() found all kept rows current
     quint32 m_count = 0;
-    qint64 m_passStartNs = 0; // wall clock when the latest pass began
-    bool m_hasLinks = false;  // some files are symbolic links (changes not watched)
+    qint64 m_passStartNs = 0;                 // wall clock when the latest pass began
+    bool m_hasLinks = false;                  // some files are symbolic links (changes not watched)
     std::optional<quint64> m_freshGeneration; // FolderChangeWatch, when last made fresh
     std::optional<quint64> m_listGeneration;  // FolderChangeWatch, before the listing
     // Where row() last stopped, so that walking a file's cards in order is linear.

@@ -150,8 +150,8 @@ private slots:
             QVERIFY(::stat(QFile::encodeName(path("b.vcf")).constData(), &st) == 0);
             put(path("b.vcf"), card("Muller;Anna;;;;", "UID:b-1\r\n"));
             const timespec times[2] = {st.st_atim, st.st_mtim};
-            QVERIFY(::utimensat(AT_FDCWD, QFile::encodeName(path("b.vcf")).constData(), times,
-                                0) == 0);
+            QVERIFY(::utimensat(AT_FDCWD, QFile::encodeName(path("b.vcf")).constData(), times, 0) ==
+                    0);
             break;
         }
         case Change::Added:

@@ -126,7 +126,7 @@ VCardFolderIndex::VCardFolderIndex(QString dir, QString location,
             m_files = snapshot->files;
             m_dirMtime = snapshot->dirMtime;
             m_count = snapshot->count;
-            m_counted = m_allRows = true;
+            m_counted = m_allRows = m_numbered = true;
             m_freshGeneration = m_listGeneration;
             for (qsizetype i = 0; i < m_files.size(); ++i) {
                 for (const QString& issue : std::as_const(m_files)[i].issues)
@@ -262,7 +262,7 @@ quint32 VCardFolderIndex::count(const Progress& progress)
     if (m_counted)
         return m_count;
     if (FolderIndexStore::enabled()) {
-        ensureFresh(progress);
+        ensureFresh(progress, true);
         return m_count;
     }
     scan(OlFilter(), nullptr, progress,
@@ -273,7 +273,8 @@ quint32 VCardFolderIndex::count(const Progress& progress)
 quint32 VCardFolderIndex::countWithRows(const Progress& progress)
 {
     if (FolderIndexStore::enabled()) {
-        ensureFresh(progress); // a new use: the files are compared again
+        // A new use: the files are compared again; a counted listing keeps its numbering.
+        ensureFresh(progress, !m_counted);
         return m_count;
     }
     if (m_counted && m_allRows) {
@@ -290,7 +291,7 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrict(const OlFilter& filter,
                                                         const Progress& progress)
 {
     if (FolderIndexStore::enabled()) {
-        ensureFresh(progress);
+        ensureFresh(progress, true);
         bool indexed = !filter.properties().isEmpty();
         for (const OlFilter::Property& p : filter.properties())
             indexed = indexed && IndexedCard::filterField(p).has_value();
@@ -657,7 +658,7 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
     return hits;
 }
 
-void VCardFolderIndex::ensureFresh(const Progress& progress)
+void VCardFolderIndex::ensureFresh(const Progress& progress, bool renumber)
 {
     ++m_pass;
     m_passStartNs = wallClockNs();
@@ -774,14 +775,21 @@ void VCardFolderIndex::ensureFresh(const Progress& progress)
             m_problems->add(QStringLiteral("Datei '%1' im Ordner '%2': %3")
                                 .arg(fileName(quint32(i)), m_location, issue));
     }
-    quint32 running = 0;
     for (File& file : m_files) {
-        file.firstItem = running;
-        running += file.rowsSize >= 0 ? file.cards : 0;
         if (file.rowsSize < 0)
             file.cards = 0;
     }
-    m_count = running;
+    if (renumber || !m_counted) {
+        quint32 running = 0;
+        for (File& file : m_files) {
+            file.firstItem = running;
+            running += file.cards;
+        }
+        m_count = running;
+        m_numbered = true;
+    } else {
+        m_numbered = false; // the items keep the numbers they had; some may be gone
+    }
     m_counted = true;
     m_allRows = true;
 
@@ -811,7 +819,7 @@ void VCardFolderIndex::ensureFresh(const Progress& progress)
     // Unreadable files are tried again by the next listing.
     const bool allRead = std::all_of(m_files.cbegin(), m_files.cend(),
                                      [](const File& f) { return f.rowsSize >= 0; });
-    if (generation && generation == m_listGeneration && allRead)
+    if (generation && generation == m_listGeneration && allRead && m_numbered)
         keepSnapshot(m_dirBytes, Snapshot{*generation, m_files, m_dirMtime, m_count});
 }
 

@@ -168,7 +168,8 @@ private:
                         QStringList issues = {});
     // The persistent index: brings every file's entry up to date with the folder, reading
     // only new and changed files, and answers count() from it.
-    void ensureFresh(const Progress& progress);
+    // `renumber`: the items are numbered afresh (else a counted listing keeps its numbers).
+    void ensureFresh(const Progress& progress, bool renumber);
     QList<Hit> restrictFromIndex(const OlFilter& filter, const QList<Hit>* within) const;
     // The record of card `hit.card` in the file's kept records.
     qsizetype recordAt(const Hit& hit);
@@ -190,6 +191,7 @@ private:
     bool m_hasLinks = false;                  // some files are symbolic links (changes not watched)
     std::optional<quint64> m_freshGeneration; // FolderChangeWatch, when last made fresh
     std::optional<quint64> m_listGeneration;  // FolderChangeWatch, before the listing
+    bool m_numbered = false;                  // the numbering matches the kept card counts
     // Where row() last stopped, so that walking a file's cards in order is linear.
     struct {
         quint32 file = 0, card = 0;

@@ -648,14 +648,19 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
     std::sort(hits.begin(), hits.end(), [](const Hit& a, const Hit& b) {
         return a.file != b.file ? a.file < b.file : a.card < b.card;
     });
+    numberItems();
+    m_counted = true;
+    return hits;
+}
+
+void VCardFolderIndex::numberItems()
+{
     quint32 running = 0;
     for (File& file : m_files) {
         file.firstItem = running;
         running += file.cards;
     }
     m_count = running;
-    m_counted = true;
-    return hits;
 }
 
 void VCardFolderIndex::ensureFresh(const Progress& progress, bool renumber)
@@ -780,12 +785,7 @@ void VCardFolderIndex::ensureFresh(const Progress& progress, bool renumber)
             file.cards = 0;
     }
     if (renumber || !m_counted) {
-        quint32 running = 0;
-        for (File& file : m_files) {
-            file.firstItem = running;
-            running += file.cards;
-        }
-        m_count = running;
+        numberItems();
         m_numbered = true;
     } else {
         m_numbered = false; // the items keep the numbers they had; some may be gone

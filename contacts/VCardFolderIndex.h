@@ -173,6 +173,8 @@ private:
     QList<Hit> restrictFromIndex(const OlFilter& filter, const QList<Hit>* within) const;
     // The record of card `hit.card` in the file's kept records.
     qsizetype recordAt(const Hit& hit);
+    // Numbers the items afresh from the files' card counts (firstItem, m_count).
+    void numberItems();
     bool rowsCurrent(const File& file) const;
     [[noreturn]] void throwGone(const Hit& hit) const;
 

@@ -764,6 +764,7 @@ void VCardFolderIndex::ensureFresh(const Progress& progress, bool renumber)
         }
     }
     storeChanged = storeChanged || e < entries.size();
+    std::vector<Now>().swap(now); // 100,000 files' states are megabytes: not kept while reading
 
     if (!toRead.isEmpty()) {
         std::sort(toRead.begin(), toRead.end(),

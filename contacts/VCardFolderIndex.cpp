@@ -1,5 +1,8 @@
 #include "contacts/VCardFolderIndex.h"
 
+#include "contacts/FolderChangeWatch.h"
+#include "contacts/FolderIndexStore.h"
+#include "contacts/IndexedCard.h"
 #include "contacts/VCardReader.h"
 #include "util/ErrorRoutine.h"
 #include "util/ZwError.h"
@@ -15,10 +18,12 @@
 #include <exception>
 #include <fcntl.h>
 #include <mutex>
+#include <string>
 #include <sys/stat.h>
 #include <system_error>
 #include <thread>
 #include <unistd.h>
+#include <unordered_map>
 #include <vector>
 
 namespace
@@ -51,29 +56,46 @@ bool endsWithNoCase(QByteArrayView name, QByteArrayView suffix)
            name.sliced(name.size() - suffix.size()).compare(suffix, Qt::CaseInsensitive) == 0;
 }
 
-// Fast test before peeking at KIND: most cards do not mention it at all.
-bool mayBeGroup(QByteArrayView card)
+qint64 nanoseconds(const timespec& t)
 {
-    static const QByteArrayView kind("KIND");
-    for (qsizetype i = 0; i + kind.size() <= card.size(); ++i) {
-        const char c = card[i];
-        if ((c == 'K' || c == 'k') &&
-            card.sliced(i, kind.size()).compare(kind, Qt::CaseInsensitive) == 0)
-            return true;
-    }
-    return false;
+    return qint64(t.tv_sec) * 1000000000 + t.tv_nsec;
 }
 
-bool isGroupCard(QByteArrayView card)
+qint64 wallClockNs()
 {
-    if (!mayBeGroup(card))
-        return false;
-    for (const char* name : {"KIND", "X-ADDRESSBOOKSERVER-KIND"}) {
-        const auto p = VCardReader::peek(card, name);
-        if (p && p->text().trimmed().compare(u"group", Qt::CaseInsensitive) == 0)
-            return true;
+    timespec t{};
+    clock_gettime(CLOCK_REALTIME, &t);
+    return nanoseconds(t);
+}
+
+// A file modified less than this before it was read may change again within the same tick
+// of a coarse file system clock (FAT and SMB keep 2 s) without its times showing it.
+constexpr qint64 kTimestampGranularityNs = 2'000'000'000;
+
+// Runs fn(i) for i in [0, n) on a few threads; fn must be safe on any thread.
+template <class Fn> void parallelFor(qsizetype n, const Fn& fn)
+{
+    constexpr qsizetype kBlock = 256;
+    const qsizetype blocks = (n + kBlock - 1) / kBlock;
+    std::atomic<qsizetype> next{0};
+    auto work = [&] {
+        for (qsizetype b; (b = next.fetch_add(1)) < blocks;) {
+            for (qsizetype i = b * kBlock; i < std::min(n, (b + 1) * kBlock); ++i)
+                fn(i);
+        }
+    };
+    std::vector<std::thread> threads;
+    const qsizetype wanted =
+        std::min<qsizetype>(blocks, std::clamp(int(std::thread::hardware_concurrency()), 1, 4)) - 1;
+    try {
+        for (qsizetype t = 0; t < wanted; ++t)
+            threads.emplace_back(work);
+    } catch (const std::system_error&) {
+        // fewer threads: this one does the rest
     }
-    return false;
+    work();
+    for (std::thread& t : threads)
+        t.join();
 }
 
 } // namespace
@@ -97,6 +119,23 @@ VCardFolderIndex::VCardFolderIndex(QString dir, QString location,
     : m_dir(std::move(dir)), m_dirBytes(QFile::encodeName(m_dir)), m_location(std::move(location)),
       m_problems(std::move(problems))
 {
+    if (FolderIndexStore::enabled()) {
+        m_listGeneration = FolderChangeWatch::generation(m_dirBytes);
+        const std::optional<Snapshot> snapshot = snapshotOf(m_dirBytes);
+        if (m_listGeneration && snapshot && snapshot->generation == *m_listGeneration) {
+            m_files = snapshot->files;
+            m_dirMtime = snapshot->dirMtime;
+            m_count = snapshot->count;
+            m_counted = m_allRows = m_numbered = true;
+            m_freshGeneration = m_listGeneration;
+            for (qsizetype i = 0; i < m_files.size(); ++i) {
+                for (const QString& issue : std::as_const(m_files)[i].issues)
+                    m_problems->add(QStringLiteral("Datei '%1' im Ordner '%2': %3")
+                                        .arg(fileName(quint32(i)), m_location, issue));
+            }
+            return;
+        }
+    }
     const int fd = openDir();
     DIR* d = fdopendir(fd);
     if (!d) {
@@ -116,13 +155,22 @@ VCardFolderIndex::VCardFolderIndex(QString dir, QString location,
         if (name.startsWith('.') || !isVCardFileName(name))
             continue;
         bool regular = e->d_type == DT_REG;
+        bool link = e->d_type == DT_LNK;
         if (e->d_type == DT_LNK || e->d_type == DT_UNKNOWN) {
             struct stat fst {
             };
             regular = fstatat(fd, e->d_name, &fst, 0) == 0 && S_ISREG(fst.st_mode);
+            link = link ||
+                   (e->d_type == DT_UNKNOWN &&
+                    fstatat(fd, e->d_name, &fst, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(fst.st_mode));
         }
-        if (regular)
-            m_files.append(File{name.toByteArray(), quint64(e->d_ino), 0, 0, {}, -1, {}, 0});
+        if (regular) {
+            File file;
+            file.name = name.toByteArray();
+            file.inode = quint64(e->d_ino);
+            m_files.append(std::move(file));
+            m_hasLinks = m_hasLinks || link;
+        }
     }
     closedir(d);
     std::sort(m_files.begin(), m_files.end(),
@@ -213,6 +261,10 @@ quint32 VCardFolderIndex::count(const Progress& progress)
 {
     if (m_counted)
         return m_count;
+    if (FolderIndexStore::enabled()) {
+        ensureFresh(progress, true);
+        return m_count;
+    }
     scan(OlFilter(), nullptr, progress,
          false); // an empty filter matches nothing but counts everything
     return m_count;
@@ -220,6 +272,11 @@ quint32 VCardFolderIndex::count(const Progress& progress)
 
 quint32 VCardFolderIndex::countWithRows(const Progress& progress)
 {
+    if (FolderIndexStore::enabled()) {
+        // A new use: the files are compared again; a counted listing keeps its numbering.
+        ensureFresh(progress, !m_counted);
+        return m_count;
+    }
     if (m_counted && m_allRows) {
         ++m_pass; // a new use: the kept rows are checked against their files again
         return m_count;
@@ -233,6 +290,15 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrict(const OlFilter& filter,
                                                         const QList<Hit>* within,
                                                         const Progress& progress)
 {
+    if (FolderIndexStore::enabled()) {
+        ensureFresh(progress, true);
+        bool indexed = !filter.properties().isEmpty();
+        for (const OlFilter::Property& p : filter.properties())
+            indexed = indexed && IndexedCard::filterField(p).has_value();
+        if (indexed)
+            return restrictFromIndex(filter, within);
+        // Any other property: the cards are read and decided one by one, as without index.
+    }
     return scan(filter, within, progress, false);
 }
 
@@ -241,10 +307,8 @@ QByteArray VCardFolderIndex::packRows(quint32 file, QByteArrayView buffer,
 {
     QByteArray rows;
     const QString location = m_location + QLatin1Char('\\') + fileName(file);
-    for (qsizetype c = 0; c < chunks.size(); ++c) {
-        OlItemRow::read(buffer.sliced(chunks[c].offset, chunks[c].size), location, int(c))
-            .packTo(rows);
-    }
+    for (qsizetype c = 0; c < chunks.size(); ++c)
+        IndexedCard::pack(buffer.sliced(chunks[c].offset, chunks[c].size), location, int(c), rows);
     rows.squeeze();
     return rows;
 }
@@ -252,32 +316,36 @@ QByteArray VCardFolderIndex::packRows(quint32 file, QByteArrayView buffer,
 void VCardFolderIndex::keepRows(quint32 file, QByteArrayView buffer,
                                 const QList<VCardReader::Chunk>& chunks, const struct stat& st)
 {
-    keepPackedRows(file, packRows(file, buffer, chunks), quint64(st.st_ino), qint64(st.st_size),
-                   st.st_ctim);
+    keepPackedRows(file, packRows(file, buffer, chunks), st, m_files[file].issues);
 }
 
-void VCardFolderIndex::keepPackedRows(quint32 file, QByteArray rows, quint64 inode, qint64 size,
-                                      const timespec& changed)
+void VCardFolderIndex::keepPackedRows(quint32 file, QByteArray rows, const struct stat& st,
+                                      QStringList issues)
 {
     File& f = m_files[file];
     f.rows = std::move(rows);
-    f.inode = inode;
-    f.rowsSize = size;
-    f.rowsChanged = changed;
+    f.inode = quint64(st.st_ino);
+    f.rowsSize = qint64(st.st_size);
+    f.rowsChanged = st.st_ctim;
+    f.rowsModifiedNs = nanoseconds(st.st_mtim);
+    f.settled = f.rowsModifiedNs < m_passStartNs - kTimestampGranularityNs;
     f.rowsPass = m_pass;
+    f.issues = std::move(issues);
+    ++m_rowsVersion;
 }
 
 bool VCardFolderIndex::rowsCurrent(const File& file) const
 {
     if (file.rowsSize < 0)
         return false;
-    if (file.rowsPass == m_pass)
+    if (file.rowsPass == m_pass || m_verifiedPass == m_pass)
         return true;
     struct stat st {
     };
     const QByteArray path = m_dirBytes + '/' + file.name;
     return ::stat(path.constData(), &st) == 0 && quint64(st.st_ino) == file.inode &&
-           qint64(st.st_size) == file.rowsSize && sameTime(st.st_ctim, file.rowsChanged);
+           qint64(st.st_size) == file.rowsSize && sameTime(st.st_ctim, file.rowsChanged) &&
+           nanoseconds(st.st_mtim) == file.rowsModifiedNs;
 }
 
 void VCardFolderIndex::throwAborted() const
@@ -309,19 +377,9 @@ QList<quint32> VCardFolderIndex::inodeOrder() const
     return order;
 }
 
-void VCardFolderIndex::scanAllFiles(int dirFd, const Progress& progress, bool allRows)
+void VCardFolderIndex::scanAllFiles(int dirFd, const QList<quint32>& order,
+                                    const Progress& progress, bool allRows, bool keepIssues)
 {
-    // What a worker found in one file; only the calling thread reports and keeps it.
-    struct FileScan {
-        int err = 0;
-        quint32 cards = 0;
-        QList<VCardReader::Issue> issues;
-        QByteArray rows;
-        quint64 inode = 0;
-        qint64 size = 0;
-        timespec changed{};
-    };
-    const QList<quint32> order = inodeOrder();
     const qsizetype n = order.size();
     // Workers read the names while this thread keeps what they found in other members of
     // the same entries: the list must not be shared (and so not copied on a write).
@@ -350,19 +408,13 @@ void VCardFolderIndex::scanAllFiles(int dirFd, const Progress& progress, bool al
                         return;
                     FileScan& r = results[size_t(i)];
                     const quint32 f = order[i];
-                    struct stat st {
-                    };
-                    r.err = readBytes(dirFd, f, buffer, &st);
+                    r.err = readBytes(dirFd, f, buffer, &r.st);
                     if (r.err != 0)
                         continue;
                     const QList<VCardReader::Chunk> chunks = VCardReader::split(buffer, &r.issues);
                     r.cards = quint32(chunks.size());
-                    if (allRows) {
+                    if (allRows)
                         r.rows = packRows(f, buffer, chunks);
-                        r.inode = quint64(st.st_ino);
-                        r.size = qint64(st.st_size);
-                        r.changed = st.st_ctim;
-                    }
                 }
                 {
                     const std::lock_guard lock(mutex);
@@ -431,10 +483,18 @@ void VCardFolderIndex::scanAllFiles(int dirFd, const Progress& progress, bool al
             if (r.err != 0)
                 reportUnreadable(f, r.err);
             m_files[f].cards = r.cards;
-            if (!r.issues.isEmpty())
+            if (!r.issues.isEmpty() && !keepIssues)
                 fileIssues.append({f, &r.issues});
-            if (r.err == 0 && allRows)
-                keepPackedRows(f, std::move(r.rows), r.inode, r.size, r.changed);
+            if (r.err == 0 && allRows) {
+                QStringList issues;
+                for (const VCardReader::Issue& issue : r.issues)
+                    issues.append(issue.message);
+                keepPackedRows(f, std::move(r.rows), r.st, std::move(issues));
+            } else if (r.err != 0) {
+                m_files[f].rowsSize = -1;
+                m_files[f].rows.clear();
+                m_files[f].issues.clear();
+            }
         }
         merged = upTo;
         if (progress && sinceAsked.elapsed() >= 50) {
@@ -456,6 +516,7 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
                                                     const Progress& progress, bool allRows)
 {
     ++m_pass;
+    m_passStartNs = wallClockNs();
     QList<Hit> hits;
     const bool testing = !filter.properties().isEmpty();
     const int fd = openDir();
@@ -478,7 +539,7 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
     QList<VCardReader::Issue> issues;
 
     auto testCard = [&](quint32 file, quint32 card, QByteArrayView bytes, int line) {
-        if (isGroupCard(bytes))
+        if (IndexedCard::isGroupCard(bytes))
             return false; // a distribution list has none of a contact's properties
         std::optional<VCardProperty> n, org;
         bool nPeeked = false, orgPeeked = false;
@@ -542,7 +603,7 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
     if (!testing) {
         // Nothing to decide per card: the files are shared out to worker threads.
         try {
-            scanAllFiles(fd, progress, allRows);
+            scanAllFiles(fd, inodeOrder(), progress, allRows);
         } catch (...) {
             ::close(fd);
             throw;
@@ -570,8 +631,13 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
                     hit = true;
                 }
             }
-            if (read && (allRows || hit))
+            if (read && (allRows || hit)) {
+                QStringList texts;
+                for (const VCardReader::Issue& issue : issues)
+                    texts.append(issue.message);
+                m_files[f].issues = texts;
                 keepRows(f, buffer, chunks, st);
+            }
         }
         std::sort(fileIssues.begin(), fileIssues.end(),
                   [](const auto& a, const auto& b) { return a.first < b.first; });
@@ -582,13 +648,275 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
     std::sort(hits.begin(), hits.end(), [](const Hit& a, const Hit& b) {
         return a.file != b.file ? a.file < b.file : a.card < b.card;
     });
+    numberItems();
+    m_counted = true;
+    return hits;
+}
+
+void VCardFolderIndex::numberItems()
+{
     quint32 running = 0;
     for (File& file : m_files) {
         file.firstItem = running;
         running += file.cards;
     }
     m_count = running;
+}
+
+void VCardFolderIndex::ensureFresh(const Progress& progress, bool renumber)
+{
+    ++m_pass;
+    m_passStartNs = wallClockNs();
+    // Asked before the files are looked at: a change from now on shows in the next answer.
+    const std::optional<quint64> generation =
+        m_hasLinks ? std::nullopt : FolderChangeWatch::generation(m_dirBytes);
+    if (m_counted && m_allRows && generation && generation == m_freshGeneration) {
+        m_verifiedPass = m_pass;
+        return;
+    }
+    m_freshGeneration.reset();
+    const std::shared_ptr<FolderIndexStore> store = FolderIndexStore::forFolder(m_dirBytes);
+    // Not held while files are read: the progress question may let the user start another
+    // use of the folder on this thread.
+    std::unique_lock lock(store->mutex());
+    // Nothing changed in the folder since its entries were last compared with the files.
+    const bool unchanged = generation && store->verifiedGeneration == generation;
+    if (!unchanged)
+        store->refresh();
+    const QList<FolderIndexStore::Entry>& entries = store->entries();
+
+    const int fd = openDir();
+    struct Closer {
+        int fd;
+        ~Closer() { ::close(fd); }
+    } closer{fd};
+    struct Now {
+        int err = 0;
+        struct stat st {
+        };
+    };
+    std::vector<Now> now;
+    if (!unchanged) {
+        // One look at every file's state (no file is read); the kernel answers in parallel.
+        now.resize(size_t(m_files.size()));
+        const QList<File>& files = m_files;
+        parallelFor(m_files.size(), [&](qsizetype i) {
+            Now& n = now[size_t(i)];
+            if (::fstatat(fd, files[i].name.constData(), &n.st, 0) != 0)
+                n.err = errno;
+        });
+    }
+    auto matches = [](const struct stat& st, qint64 size, qint64 mtimeNs, qint64 ctimeNs,
+                      quint64 inode) {
+        return qint64(st.st_size) == size && nanoseconds(st.st_mtim) == mtimeNs &&
+               nanoseconds(st.st_ctim) == ctimeNs && quint64(st.st_ino) == inode;
+    };
+
+    bool storeChanged = false;
+    QList<quint32> toRead;
+    qsizetype e = 0;
+    for (qsizetype i = 0; i < m_files.size(); ++i) {
+        File& file = m_files[i];
+        while (e < entries.size() && entries[e].name < file.name) {
+            ++e; // a file no longer listed
+            storeChanged = true;
+        }
+        const FolderIndexStore::Entry* entry =
+            e < entries.size() && entries[e].name == file.name ? &entries[e++] : nullptr;
+        if (unchanged) {
+            if (!entry)
+                toRead.append(quint32(i));
+        } else if (now[size_t(i)].err != 0) {
+            toRead.append(quint32(i)); // reported when it cannot be read
+            storeChanged = storeChanged || entry;
+            continue;
+        } else {
+            const struct stat& st = now[size_t(i)].st;
+            // This listing's own records are as good as the kept ones.
+            const bool ownCurrent = file.rowsSize >= 0 && file.settled &&
+                                    matches(st, file.rowsSize, file.rowsModifiedNs,
+                                            nanoseconds(file.rowsChanged), file.inode);
+            const bool entryCurrent =
+                entry && entry->settled &&
+                matches(st, entry->size, entry->mtimeNs, entry->ctimeNs, entry->inode);
+            if (ownCurrent && !entryCurrent) {
+                file.rowsPass = m_pass;
+                storeChanged = true;
+                continue;
+            }
+            if (!entryCurrent) {
+                toRead.append(quint32(i));
+                continue;
+            }
+        }
+        if (entry) {
+            file.rows = entry->records;
+            file.cards = entry->cards;
+            file.inode = entry->inode;
+            file.rowsSize = entry->size;
+            file.rowsModifiedNs = entry->mtimeNs;
+            file.rowsChanged =
+                timespec{time_t(entry->ctimeNs / 1000000000), long(entry->ctimeNs % 1000000000)};
+            file.settled = entry->settled;
+            file.issues = entry->issues;
+            file.rowsPass = m_pass;
+            ++m_rowsVersion;
+        }
+    }
+    storeChanged = storeChanged || e < entries.size();
+    std::vector<Now>().swap(now); // 100,000 files' states are megabytes: not kept while reading
+
+    if (!toRead.isEmpty()) {
+        std::sort(toRead.begin(), toRead.end(),
+                  [this](quint32 a, quint32 b) { return m_files[a].inode < m_files[b].inode; });
+        lock.unlock();
+        scanAllFiles(fd, toRead, progress, true, true);
+        lock.lock();
+        storeChanged = true;
+    }
+
+    // Malformed cards are reported in name order, those of kept files as well.
+    for (qsizetype i = 0; i < m_files.size(); ++i) {
+        for (const QString& issue : std::as_const(m_files[i].issues))
+            m_problems->add(QStringLiteral("Datei '%1' im Ordner '%2': %3")
+                                .arg(fileName(quint32(i)), m_location, issue));
+    }
+    for (File& file : m_files) {
+        if (file.rowsSize < 0)
+            file.cards = 0;
+    }
+    if (renumber || !m_counted) {
+        numberItems();
+        m_numbered = true;
+    } else {
+        m_numbered = false; // the items keep the numbers they had; some may be gone
+    }
     m_counted = true;
+    m_allRows = true;
+
+    if (storeChanged) {
+        QList<FolderIndexStore::Entry> next;
+        next.reserve(m_files.size());
+        for (const File& file : std::as_const(m_files)) {
+            if (file.rowsSize < 0)
+                continue;
+            FolderIndexStore::Entry entry;
+            entry.name = file.name;
+            entry.size = file.rowsSize;
+            entry.mtimeNs = file.rowsModifiedNs;
+            entry.ctimeNs = nanoseconds(file.rowsChanged);
+            entry.inode = file.inode;
+            entry.settled = file.settled;
+            entry.cards = file.cards;
+            entry.records = file.rows;
+            entry.issues = file.issues;
+            next.append(std::move(entry));
+        }
+        store->update(std::move(next));
+    }
+    store->verifiedGeneration = generation;
+    m_freshGeneration = generation;
+    m_verifiedPass = m_pass;
+    // Unreadable files are tried again by the next listing.
+    const bool allRead = std::all_of(m_files.cbegin(), m_files.cend(),
+                                     [](const File& f) { return f.rowsSize >= 0; });
+    if (generation && generation == m_listGeneration && allRead && m_numbered)
+        keepSnapshot(m_dirBytes, Snapshot{*generation, m_files, m_dirMtime, m_count});
+}
+
+namespace
+{
+std::mutex g_snapshotMutex;
+} // namespace
+
+QHash<QByteArray, VCardFolderIndex::Snapshot>& VCardFolderIndex::snapshots()
+{
+    static QHash<QByteArray, Snapshot> registry;
+    return registry;
+}
+
+std::optional<VCardFolderIndex::Snapshot> VCardFolderIndex::snapshotOf(const QByteArray& dir)
+{
+    const std::lock_guard lock(g_snapshotMutex);
+    const auto& registry = snapshots();
+    const auto it = registry.constFind(dir);
+    if (it == registry.cend())
+        return std::nullopt;
+    return *it;
+}
+
+void VCardFolderIndex::keepSnapshot(const QByteArray& dir, Snapshot snapshot)
+{
+    const std::lock_guard lock(g_snapshotMutex);
+    snapshots().insert(dir, std::move(snapshot));
+}
+
+QList<VCardFolderIndex::Hit> VCardFolderIndex::restrictFromIndex(const OlFilter& filter,
+                                                                 const QList<Hit>* within) const
+{
+    QList<IndexedCard::Field> fields;
+    for (const OlFilter::Property& p : filter.properties())
+        fields.append(*IndexedCard::filterField(p));
+    const IndexedCard* card = nullptr;
+    const OlFilter::ValueOf valueOf = [&](int i) -> std::optional<QVariant> {
+        return QVariant(card->filterText(fields[i]));
+    };
+    QList<Hit> hits;
+    // Many cards share their values (a folder has far fewer last names than cards): the
+    // filter is decided once per distinct combination of the texts it reads.
+    std::unordered_map<std::string, bool> decided;
+    std::string key;
+    auto test = [&](const IndexedCard& c) {
+        if (c.isGroup())
+            return false;
+        key.clear();
+        for (const IndexedCard::Field f : std::as_const(fields)) {
+            const QByteArrayView utf8 = c.filterUtf8(f);
+            const quint32 n = quint32(utf8.size());
+            key.append(reinterpret_cast<const char*>(&n), sizeof n);
+            key.append(utf8.data(), size_t(n));
+        }
+        const auto known = decided.find(key);
+        if (known != decided.end())
+            return known->second;
+        card = &c;
+        const bool match = filter.matches(valueOf);
+        decided.emplace(key, match);
+        return match;
+    };
+    if (within) {
+        qsizetype w = 0;
+        while (w < within->size()) {
+            const quint32 f = (*within)[w].file;
+            const QByteArrayView rows(m_files[f].rows);
+            qsizetype pos = 0;
+            quint32 c = 0;
+            for (; w < within->size() && (*within)[w].file == f; ++w) {
+                const quint32 wanted = (*within)[w].card;
+                for (; c < wanted && pos < rows.size(); ++c)
+                    IndexedCard::skip(rows, pos);
+                if (c != wanted || pos >= rows.size() || m_files[f].rowsSize < 0)
+                    continue; // the file has fewer cards now
+                const IndexedCard record(rows, pos);
+                ++c;
+                if (test(record))
+                    hits.append((*within)[w]);
+            }
+        }
+        return hits;
+    }
+    for (qsizetype f = 0; f < m_files.size(); ++f) {
+        const File& file = m_files[f];
+        if (file.rowsSize < 0)
+            continue;
+        const QByteArrayView rows(file.rows);
+        qsizetype pos = 0;
+        for (quint32 c = 0; c < file.cards; ++c) {
+            const IndexedCard record(rows, pos);
+            if (test(record))
+                hits.append(Hit{quint32(f), c});
+        }
+    }
     return hits;
 }
 
@@ -611,10 +939,33 @@ void VCardFolderIndex::throwGone(const Hit& hit) const
                   QStringLiteral("Items"));
 }
 
+qsizetype VCardFolderIndex::recordAt(const Hit& hit)
+{
+    const QByteArrayView rows(std::as_const(m_files)[hit.file].rows);
+    // Rows are mostly asked for in order: go on from the last one in the same records.
+    qsizetype pos = 0;
+    quint32 c = 0;
+    if (m_rowCursor.pos >= 0 && m_rowCursor.file == hit.file &&
+        m_rowCursor.version == m_rowsVersion && m_rowCursor.card <= hit.card) {
+        pos = m_rowCursor.pos;
+        c = m_rowCursor.card;
+    }
+    for (; c < hit.card && pos < rows.size(); ++c)
+        IndexedCard::skip(rows, pos);
+    if (pos >= rows.size())
+        throwGone(hit);
+    m_rowCursor.file = hit.file;
+    m_rowCursor.card = hit.card;
+    m_rowCursor.pos = pos;
+    m_rowCursor.version = m_rowsVersion;
+    return pos;
+}
+
 OlItemRow VCardFolderIndex::row(const Hit& hit)
 {
-    File& file = m_files[hit.file];
-    if (!rowsCurrent(file)) {
+    // Read only: the listing may share its files with the folder's snapshot.
+    if (!rowsCurrent(std::as_const(m_files)[hit.file])) {
+        File& file = m_files[hit.file];
         const int fd = openDir();
         QByteArray buffer;
         struct stat st {
@@ -626,28 +977,41 @@ OlItemRow VCardFolderIndex::row(const Hit& hit)
         if (read)
             keepRows(hit.file, buffer, VCardReader::split(buffer), st);
     }
-    const QByteArrayView rows(file.rows);
-    qsizetype pos = 0;
-    for (quint32 c = 0; c < hit.card && pos < rows.size(); ++c)
-        OlItemRow::skip(rows, pos);
-    if (pos >= rows.size())
-        throwGone(hit);
-    return OlItemRow::unpack(rows, pos);
+    qsizetype pos = recordAt(hit);
+    return IndexedCard(std::as_const(m_files)[hit.file].rows, pos).row();
 }
 
 OlItem VCardFolderIndex::item(const Hit& hit) const
 {
-    const int fd = openDir();
-    QByteArray buffer;
-    const bool read = readFile(fd, hit.file, buffer);
-    ::close(fd);
+    // Handing out the cards of one file one after another reads it once, as long as it
+    // stays the same file (inode, size and times).
+    ItemCache& cache = m_itemCache;
+    struct stat now {
+    };
+    const QByteArray path = m_dirBytes + '/' + m_files[hit.file].name;
+    const bool same = cache.valid && cache.file == hit.file &&
+                      ::stat(path.constData(), &now) == 0 && now.st_ino == cache.st.st_ino &&
+                      now.st_size == cache.st.st_size && sameTime(now.st_mtim, cache.st.st_mtim) &&
+                      sameTime(now.st_ctim, cache.st.st_ctim);
+    if (!same) {
+        cache.valid = false;
+        cache.buffer.clear();
+        cache.chunks.clear();
+        const int fd = openDir();
+        const bool read = readFile(fd, hit.file, cache.buffer, &cache.st);
+        ::close(fd);
+        if (read) {
+            cache.chunks = VCardReader::split(cache.buffer);
+            cache.file = hit.file;
+            cache.valid = true;
+        }
+    }
     const QString name = fileName(hit.file);
-    const QList<VCardReader::Chunk> chunks =
-        read ? VCardReader::split(buffer) : QList<VCardReader::Chunk>();
-    if (hit.card >= quint32(chunks.size()))
+    if (!cache.valid || hit.card >= quint32(cache.chunks.size()))
         throwGone(hit);
-    const VCardReader::Chunk& c = chunks[hit.card];
-    ContactItem contact(VCardReader::parse(QByteArrayView(buffer).sliced(c.offset, c.size), c.line),
-                        m_location + QLatin1Char('\\') + name, int(hit.card));
+    const VCardReader::Chunk& c = cache.chunks[hit.card];
+    ContactItem contact(
+        VCardReader::parse(QByteArrayView(cache.buffer).sliced(c.offset, c.size), c.line),
+        m_location + QLatin1Char('\\') + name, int(hit.card));
     return OlItem(std::move(contact), m_dir + QLatin1Char('/') + name);
 }

@@ -6,6 +6,7 @@
 #include "contacts/VCardReader.h"
 
 #include <QByteArray>
+#include <QHash>
 #include <QList>
 #include <QSet>
 #include <QString>
@@ -13,6 +14,7 @@
 #include <ctime>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <sys/stat.h>
 
 // What a folder of vCard files holds, read lazily and kept small, so that a folder of
@@ -32,6 +34,17 @@
 //   unchanged (inode, size and change time), otherwise the file is read again. Rows kept by
 //   the latest countWithRows() or restrict() are trusted without asking the file system:
 //   the caller has just read them; after the next such call they are checked again.
+//
+// The persistent index (FolderIndexStore, on unless switched off): count(), countWithRows()
+// and restrict() first bring the kept records of every file up to date. Each file's name,
+// size, times and inode are compared with the kept entry (one look at the directory's files,
+// none read) and only new and changed files are read; a file read less than the file
+// system's timestamp granularity after its last change is read again next time. Within one
+// process, while the kernel reports no change in the folder (FolderChangeWatch), not even
+// that look is needed. count() is then the sum of the kept card counts, rows come from the
+// records, and a restrict() on LastName, FirstName, CompanyName and FileAs only is decided
+// on the records; any other property reads the cards as without index. The results are
+// those of reading every file, in the same order, with the same problems reported.
 //
 // Files are opened read-only and never written. A file that cannot be read and a card that
 // is malformed are skipped and reported to the Problems list (one German sentence each,
@@ -81,6 +94,7 @@ public:
     // The 0-based item of the whole folder (count() first).
     Hit hitAt(quint32 index);
     // Reads and parses one card. Throws ZwError when the file is gone or has fewer cards now.
+    // The file read last is kept while it stays the same, so its cards cost one read.
     OlItem item(const Hit& hit) const;
     // The hit list values of one card, equal to those of item(hit). Throws as item() does.
     OlItemRow row(const Hit& hit);
@@ -97,13 +111,36 @@ private:
         quint64 inode = 0;
         quint32 firstItem = 0;
         quint32 cards = 0;
-        // The rows of its cards (OlItemRow::packTo) and the state of the file they were
-        // read from; rowsSize < 0: none kept.
+        // The records of its cards (IndexedCard) and the state of the file they were read
+        // from; rowsSize < 0: none kept.
         QByteArray rows;
         qint64 rowsSize = -1;
         timespec rowsChanged{};
-        quint32 rowsPass = 0; // the pass that kept them
+        quint32 rowsPass = 0; // the pass that kept them or last found them current
+        qint64 rowsModifiedNs = 0;
+        bool settled = false; // see FolderIndexStore::Entry
+        QStringList issues;   // the reader's messages about its malformed cards
     };
+    // What one read of a file found (scanAllFiles, on a worker thread).
+    struct FileScan {
+        int err = 0;
+        quint32 cards = 0;
+        QList<VCardReader::Issue> issues;
+        QByteArray rows;
+        struct stat st {
+        };
+    };
+    // A listing found current, with every file's records: a new listing of the folder takes
+    // it over while the kernel reports no change (the wizard lists a folder anew per search).
+    struct Snapshot {
+        quint64 generation = 0;
+        QList<File> files;
+        timespec dirMtime{};
+        quint32 count = 0;
+    };
+    static QHash<QByteArray, Snapshot>& snapshots(); // guarded by a mutex of its own
+    static std::optional<Snapshot> snapshotOf(const QByteArray& dir);
+    static void keepSnapshot(const QByteArray& dir, Snapshot snapshot);
     // Reads one file into `buffer` (normalised to UTF-8); false with a report when it cannot.
     // `st` receives the state of the file read.
     bool readFile(int dirFd, quint32 file, QByteArray& buffer, struct stat* st = nullptr) const;
@@ -117,15 +154,27 @@ private:
     int openDir() const;
     QList<Hit> scan(const OlFilter& filter, const QList<Hit>* within, const Progress& progress,
                     bool allRows);
-    // The whole folder without a filter (count, countWithRows), shared out to worker threads.
-    void scanAllFiles(int dirFd, const Progress& progress, bool allRows);
+    // The given files (in inode order) without a filter, shared out to worker threads.
+    // Problems with malformed cards are reported at the end unless `keepIssues`: then they
+    // are only kept with the files.
+    void scanAllFiles(int dirFd, const QList<quint32>& order, const Progress& progress,
+                      bool allRows, bool keepIssues = false);
     // The packed rows of a file's cards. Safe on any thread.
     QByteArray packRows(quint32 file, QByteArrayView buffer,
                         const QList<VCardReader::Chunk>& chunks) const;
     void keepRows(quint32 file, QByteArrayView buffer, const QList<VCardReader::Chunk>& chunks,
                   const struct stat& st);
-    void keepPackedRows(quint32 file, QByteArray rows, quint64 inode, qint64 size,
-                        const timespec& changed);
+    void keepPackedRows(quint32 file, QByteArray rows, const struct stat& st,
+                        QStringList issues = {});
+    // The persistent index: brings every file's entry up to date with the folder, reading
+    // only new and changed files, and answers count() from it.
+    // `renumber`: the items are numbered afresh (else a counted listing keeps its numbers).
+    void ensureFresh(const Progress& progress, bool renumber);
+    QList<Hit> restrictFromIndex(const OlFilter& filter, const QList<Hit>* within) const;
+    // The record of card `hit.card` in the file's kept records.
+    qsizetype recordAt(const Hit& hit);
+    // Numbers the items afresh from the files' card counts (firstItem, m_count).
+    void numberItems();
     bool rowsCurrent(const File& file) const;
     [[noreturn]] void throwGone(const Hit& hit) const;
 
@@ -137,6 +186,29 @@ private:
     timespec m_dirMtime{};
     bool m_counted = false;
     bool m_allRows = false;
-    quint32 m_pass = 0; // passes over files so far
+    quint32 m_pass = 0;         // passes over files so far
+    quint32 m_verifiedPass = 0; // the pass in which ensureFresh() found all kept rows current
     quint32 m_count = 0;
+    qint64 m_passStartNs = 0;                 // wall clock when the latest pass began
+    bool m_hasLinks = false;                  // some files are symbolic links (changes not watched)
+    std::optional<quint64> m_freshGeneration; // FolderChangeWatch, when last made fresh
+    std::optional<quint64> m_listGeneration;  // FolderChangeWatch, before the listing
+    bool m_numbered = false;                  // the numbering matches the kept card counts
+    // Where row() last stopped, so that walking a file's cards in order is linear.
+    struct {
+        quint32 file = 0, card = 0;
+        qsizetype pos = -1;
+        quint64 version = 0; // of the records walked (m_rowsVersion)
+    } m_rowCursor;
+    quint64 m_rowsVersion = 0; // grows whenever a file's records are replaced
+    // The file item() read last, so that handing out its cards one by one reads it once.
+    struct ItemCache {
+        quint32 file = 0;
+        QByteArray buffer;
+        QList<VCardReader::Chunk> chunks;
+        struct stat st {
+        };
+        bool valid = false;
+    };
+    mutable ItemCache m_itemCache;
 };

@@ -4,7 +4,7 @@
 set -euo pipefail
 
 pkgs=(build-essential cmake ninja-build pkgconf qt6-base-dev libzip-dev libpugixml-dev
-      fonts-dejavu-core qtkeychain-qt6-dev)
+      zlib1g-dev fonts-dejavu-core qtkeychain-qt6-dev)
 # Qt's German texts for standard buttons and file dialogs, read at run time.
 pkgs+=(qt6-translations-l10n)
 if [ "${1:-build}" = test ]; then

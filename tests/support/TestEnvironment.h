@@ -3,7 +3,7 @@
 #include <QString>
 #include <QTemporaryDir>
 
-// A private home for one test: configuration, data and documents folders point into a
+// A private home for one test: configuration, data, cache and documents folders point into a
 // fresh temporary folder, so tests never touch the user's files or each other's.
 class TestEnvironment
 {
@@ -19,5 +19,5 @@ public:
 
 private:
     QTemporaryDir m_dir;
-    QByteArray m_oldConfig, m_oldData, m_oldHome;
+    QByteArray m_oldConfig, m_oldData, m_oldHome, m_oldCache;
 };

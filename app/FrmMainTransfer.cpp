@@ -71,7 +71,7 @@ void FrmMain::cmdFinish_Click()
 
         // The word processor logs why a document could not be made or saved; the user
         // must hear of it, or the letter is silently missing.
-        if (!document || document->savedPath().isEmpty()) {
+        if (!document || (document->savedPath().isEmpty() && !document->isOpenForUser())) {
             ui().beep();
             msgBox(QStringLiteral("Das Word-Dokument aus der Vorlage '") + dotFile +
                        QStringLiteral("' konnte nicht erstellt werden!\r\n"

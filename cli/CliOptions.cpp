@@ -52,6 +52,10 @@ const QList<OptionRow>& optionTable()
         {{"ausgabe", "out"},
          "ordner",
          "Ordner für das fertige Dokument (Standard: Einstellung, sonst der Dokumente-Ordner)."},
+        {{"format"},
+         "docx|odt|pdf",
+         "Format des Dokuments (Standard: docx für Word-Vorlagen, odt für OpenDocument-Vorlagen); "
+         "odt und pdf schreibt LibreOffice."},
         {{"felder", "fields"},
          nullptr,
          "Alle Felder mit ihren Werten für den Kontakt ausgeben (Feldname, Tabulator, Wert), statt "
@@ -172,6 +176,11 @@ CliOptions CliOptions::parse(const QStringList& arguments)
     o.listHits = parser.isSet(QStringLiteral("liste"));
     o.templatePath = singleValue(parser, QStringLiteral("vorlage"));
     o.outputFolder = singleValue(parser, QStringLiteral("ausgabe"));
+    o.format = singleValue(parser, QStringLiteral("format")).toLower();
+    if (!o.format.isEmpty() && o.format != u"docx" && o.format != u"odt" && o.format != u"pdf")
+        throw usage(QStringLiteral("Ungültiger Wert '%1' für --format: erlaubt sind docx, odt und "
+                                   "pdf.")
+                        .arg(o.format));
     o.listFields = parser.isSet(QStringLiteral("felder"));
 
     const bool fromFile = parser.isSet(QStringLiteral("kontakt"));

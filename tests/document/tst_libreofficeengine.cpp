@@ -30,13 +30,14 @@ namespace
 
 // One line per bookmark, so that a failing comparison shows what differs. LibreOffice writes a
 // collapsed bookmark in a table cell twice into a .dotx; the built-in engine fills both places,
-// and LibreOffice reading that back renames the second "<name> Copy 1": one bookmark.
-QString lines(const Marks& marks)
+// and LibreOffice reading that back renames the second "<name> Copy 1": one bookmark. (Its RTF
+// writer does the same, read back as "<name>_Copy_1".)
+QString lines(const Marks& marks, const QStringList& without = {})
 {
-    static const QRegularExpression copy(QStringLiteral(" Copy \\d+$"));
+    static const QRegularExpression copy(QStringLiteral("[ _]Copy[ _]\\d+$"));
     QStringList result;
     for (const auto& [name, text] : marks)
-        if (!name.contains(copy))
+        if (!name.contains(copy) && !without.contains(name))
             result << name + " = [" + QString(text).replace("\n", "|") + "]";
     return result.join("\n");
 }
@@ -93,7 +94,7 @@ class TestLibreOfficeEngine : public QObject
         if (!document)
             return QStringLiteral("kein Dokument: ") + word.lastErrorDescription();
         for (const auto& [bookmark, text] : kTexts) {
-            if (!word.SetText(document, text, bookmark))
+            if (document->bookmarkExists(bookmark) && !word.SetText(document, text, bookmark))
                 return QStringLiteral("SetText: ") + word.lastErrorDescription();
         }
         const QString saved = word.presentDocument(document);
@@ -209,11 +210,16 @@ private slots:
         m_ui.reset();
     }
 
+    // LibreOffice 7.4 writes no bookmark of a text frame into RTF, and reads none from a text
+    // box of a .dotx (the twin is only for the built-in engine).
+    static QStringList lostIn(const QString& format)
+    {
+        return format == u"rtf" ? QStringList{"Datum"} : QStringList();
+    }
+
     void bookmarksOfEveryFormat_data()
     {
         QTest::addColumn<QString>("format");
-        // LibreOffice 7.4 reads no bookmark from a text box of a .dotx: the twin is only for
-        // the built-in engine.
         for (const QString& format : kFormats.mid(0, 5))
             QTest::newRow(qPrintable(format)) << format;
     }
@@ -227,23 +233,26 @@ private slots:
         QStringList names;
         for (qint16 i = 1; i <= m_word->GetBookmarkCount(document); ++i)
             names << m_word->GetBookmarkName(document, i);
-        QCOMPARE(names, kBookmarks);
+        QStringList expected = kBookmarks;
+        for (const QString& lost : lostIn(format))
+            expected.removeAll(lost);
+        names.removeIf(
+            [](const QString& n) { return n.contains(QRegularExpression("[ _]Copy[ _]\\d+$")); });
+        QCOMPARE(names, expected);
     }
 
     void fillEqualsBuiltInEngine_data()
     {
         QTest::addColumn<QString>("format");
         QTest::addColumn<QString>("extension");
-        QTest::newRow(".dot gives .docx") << "dot"
-                                          << ".docx";
-        QTest::newRow(".doc gives .docx") << "doc"
-                                          << ".docx";
-        QTest::newRow(".rtf gives .docx") << "rtf"
-                                          << ".docx";
-        QTest::newRow(".odt gives .odt") << "odt"
-                                         << ".odt";
-        QTest::newRow(".ott gives .odt") << "ott"
-                                         << ".odt";
+        const auto row = [](const char* name, const char* format, const char* extension) {
+            QTest::newRow(name) << QString(format) << QString(extension);
+        };
+        row(".dot gives .docx", "dot", ".docx");
+        row(".doc gives .docx", "doc", ".docx");
+        row(".rtf gives .docx", "rtf", ".docx");
+        row(".odt gives .odt", "odt", ".odt");
+        row(".ott gives .odt", "ott", ".odt");
     }
 
     // The same texts into the same template in every format: the same text at every
@@ -255,7 +264,7 @@ private slots:
         QFETCH(QString, extension);
         const QString saved = fill(*m_word, templ(format), out(format));
         QVERIFY2(saved.endsWith(extension), qPrintable(saved));
-        QCOMPARE(lines(m_reader->readBookmarks(saved)), lines(m_expected));
+        QCOMPARE(lines(m_reader->readBookmarks(saved)), lines(m_expected, lostIn(format)));
         QCOMPARE(bytesOf(templ(format)), m_templateBytes[format]);
         QVERIFY(m_log->errors().isEmpty());
     }
@@ -265,30 +274,22 @@ private slots:
         QTest::addColumn<QString>("format");
         QTest::addColumn<QString>("outputFormat");
         QTest::addColumn<QString>("extension");
-        QTest::newRow(".dot") << "dot"
-                              << ""
-                              << ".docx";
-        QTest::newRow(".doc") << "doc"
-                              << ""
-                              << ".docx";
-        QTest::newRow(".rtf") << "rtf"
-                              << ""
-                              << ".docx";
-        QTest::newRow(".ott") << "ott"
-                              << ""
-                              << ".odt";
-        QTest::newRow(".odt as docx") << "odt"
-                                      << "docx"
-                                      << ".docx";
-        QTest::newRow(".doc as odt") << "doc"
-                                     << "odt"
-                                     << ".odt";
-        QTest::newRow(".dot as pdf") << "dot"
-                                     << "pdf"
-                                     << ".pdf";
+        const auto row = [](const char* format, const char* output, const char* extension) {
+            const QString name =
+                QStringLiteral(".%1%2").arg(format, *output ? " as " + QString(output) : "");
+            QTest::newRow(qPrintable(name))
+                << QString(format) << QString(output) << QString(extension);
+        };
+        row("dot", "", ".docx");
+        row("doc", "", ".docx");
+        row("rtf", "", ".docx");
+        row("ott", "", ".odt");
+        row("odt", "docx", ".docx");
+        row("doc", "odt", ".odt");
+        row("dot", "pdf", ".pdf");
     }
 
-    // The command line fills each format as the built-in engine fills the .dotx twin.
+    // The command line fills each format as it fills the .dotx twin with the built-in engine.
     void commandLine()
     {
         QFETCH(QString, format);
@@ -308,7 +309,7 @@ private slots:
         if (extension == ".pdf")
             QVERIFY(bytesOf(saved).startsWith("%PDF-"));
         else
-            QCOMPARE(lines(m_reader->readBookmarks(saved)), lines(builtIn));
+            QCOMPARE(lines(m_reader->readBookmarks(saved)), lines(builtIn, lostIn(format)));
         QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), 1);
     }
 

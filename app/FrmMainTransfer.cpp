@@ -76,7 +76,11 @@ void FrmMain::cmdFinish_Click()
             msgBox(QStringLiteral("Das Word-Dokument aus der Vorlage '") + dotFile +
                        QStringLiteral("' konnte nicht erstellt werden!\r\n"
                                       "Überprüfen Sie, ob der Ausgabeordner beschreibbar und "
-                                      "LibreOffice Writer korrekt installiert ist!"),
+                                      "LibreOffice Writer korrekt installiert ist!") +
+                       // Why, in the word processor's words (e.g. a hung LibreOffice).
+                       (word.lastErrorDescription().isEmpty()
+                            ? QString()
+                            : QStringLiteral("\r\n\r\n") + word.lastErrorDescription()),
                    Mb::OkOnly + Mb::Critical);
             return;
         }

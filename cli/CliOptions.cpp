@@ -37,7 +37,8 @@ const QList<OptionRow>& optionTable()
          "Die Treffer der Suche nummeriert auflisten, statt ein Dokument zu schreiben."},
         {{"v", "vorlage"},
          "datei",
-         "Vorlage (.dotx, .dotm, .docx) oder \"(leeres Dokument)\". Für die Vorlage muss eine "
+         "Vorlage (.dotx, .dotm, .docx; mit LibreOffice auch .dot, .doc, .rtf, .odt, .ott) oder "
+         "\"(leeres Dokument)\". Für die Vorlage muss eine "
          "Feldzuordnung eingetragen sein."},
         {{"a", "adresse"}, "0|1|2", "Adresstyp: 0 geschäftlich (Standard), 1 privat, 2 weitere."},
         {{"reihenfolge"}, "0|1", "0 Firma zuerst (Standard), 1 Person zuerst."},

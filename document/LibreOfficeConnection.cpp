@@ -1,6 +1,7 @@
 #include "document/LibreOfficeConnection.h"
 
 #include "document/DocumentErrors.h"
+#include "document/LibreOfficeText.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -32,16 +33,6 @@ namespace
 QString source()
 {
     return QStringLiteral("LibreOffice Writer");
-}
-
-OUString toOU(const QString& s)
-{
-    return OUString(reinterpret_cast<const sal_Unicode*>(s.utf16()), sal_Int32(s.size()));
-}
-
-QString fromOU(const OUString& s)
-{
-    return QString(reinterpret_cast<const QChar*>(s.getStr()), s.getLength());
 }
 
 // The local side of UNO (type library, connector, bridge factory) is set up once per process

@@ -3,6 +3,7 @@
 #include "document/DocumentErrors.h"
 #include "document/LibreOfficeConnection.h"
 #include "document/LibreOfficeDocxRepair.h"
+#include "document/LibreOfficeText.h"
 #include "document/UniqueFileWriter.h"
 #include "util/ZwError.h"
 
@@ -40,16 +41,6 @@ using rtl::OUString;
 
 namespace
 {
-
-OUString toOU(const QString& s)
-{
-    return OUString(reinterpret_cast<const sal_Unicode*>(s.utf16()), sal_Int32(s.size()));
-}
-
-QString fromOU(const OUString& s)
-{
-    return QString(reinterpret_cast<const QChar*>(s.getStr()), s.getLength());
-}
 
 // Writer's string insertion makes a paragraph of CR and a line break of LF: "\r\n", "\r" and
 // "\n" each start a paragraph, as the interface promises, and "\v" is a line break.
@@ -227,8 +218,6 @@ void LibreOfficeDocument::write(const QString& text)
             : QStringLiteral("Der Text kann nicht an Textmarke \"%1\" geschrieben werden.")
                   .arg(bookmark));
     m_selected.clear();
-    // Hidden marks inside a replaced range go with it.
-    m_namesValid = false;
     m_dirty = true;
 }
 

@@ -4,6 +4,7 @@
 #include "document/LibreOfficeConnection.h"
 #include "document/LibreOfficeDocument.h"
 #include "document/LibreOfficeSession.h"
+#include "document/LibreOfficeText.h"
 #include "util/ZwError.h"
 
 #include <QDir>
@@ -31,11 +32,6 @@ namespace
 QString source()
 {
     return QStringLiteral("LibreOffice Writer");
-}
-
-OUString toOU(const QString& s)
-{
-    return OUString(reinterpret_cast<const sal_Unicode*>(s.utf16()), sal_Int32(s.size()));
 }
 
 QString defaultOutputFolder()
@@ -288,9 +284,7 @@ QList<std::pair<QString, QString>> LibreOfficeEngine::readBookmarks(const QStrin
                         continue;
                     Reference<text::XTextContent> mark(all->getByName(name), UNO_QUERY);
                     const OUString text = mark.is() ? mark->getAnchor()->getString() : OUString();
-                    marks.append(
-                        {QString(reinterpret_cast<const QChar*>(name.getStr()), name.getLength()),
-                         QString(reinterpret_cast<const QChar*>(text.getStr()), text.getLength())});
+                    marks.append({fromOU(name), fromOU(text)});
                 }
             }
             Reference<util::XCloseable> closeable(model, UNO_QUERY);

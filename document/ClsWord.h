@@ -74,10 +74,12 @@ public:
     // Name of bookmark nIndex (1-based) in that order. Failure: log "GetBookmarkName", empty.
     QString GetBookmarkName(const WordDocument& oDoc, qint16 nIndex);
 
-    // Hands a finished document to the user: saves it as a new .docx in the output folder
-    // (never over an existing file) and, when the word processor is visible, passes it to
-    // the opener. Returns the saved path; failure: log "Fehler beim Speichern des
-    // Word-Dokuments", empty.
+    // Hands a finished document to the user. A visible LibreOffice that can show windows keeps
+    // it open, filled and unsaved, in its Writer window (empty result, isOpenForUser()).
+    // Otherwise it is saved as a new file in the output folder (never over an existing file;
+    // .docx, or .odt/PDF from LibreOffice, see setSaveFormat) and, when the word processor is
+    // visible, passed to the opener. Returns the saved path; failure: log "Fehler beim
+    // Speichern des Word-Dokuments", empty.
     QString presentDocument(const WordDocument& oDoc);
 
     // Folder the finished documents are saved into; empty means the user's documents folder

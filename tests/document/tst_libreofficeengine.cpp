@@ -313,6 +313,24 @@ private slots:
         QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), 1);
     }
 
+    // "(leeres Dokument)": a blank Writer document; line placeholders type successive
+    // paragraphs at the insertion point, blank-only text is left out.
+    void blankDocumentLines()
+    {
+        m_word->setOutputFolder(out("leer"));
+        const WordDocument document = m_word->CreateDocument(kEmptyDocument, false, true);
+        QVERIFY2(document, qPrintable(m_word->lastErrorDescription()));
+        QCOMPARE(int(m_word->GetBookmarkCount(document)), 0);
+        QVERIFY(m_word->SetText(document, "Muster AG", "(1. Zeile)"));
+        QVERIFY(m_word->SetText(document, "   ", "(2. Zeile)"));
+        QVERIFY(m_word->SetText(document, "Max Müller", "(3. Zeile)"));
+        const QString saved = m_word->presentDocument(document);
+        QVERIFY2(saved.endsWith("/Dokument.docx"), qPrintable(saved));
+        pugi::xml_document xml;
+        QVERIFY(CliRunner::loadMainPart(saved, xml));
+        QCOMPARE(OoxmlTestPackage::paragraphs(xml), (QStringList{"Muster AG", "Max Müller", ""}));
+    }
+
     void refusals_data()
     {
         QTest::addColumn<QString>("file");

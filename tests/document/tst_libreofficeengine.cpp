@@ -313,6 +313,21 @@ private slots:
         QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).size(), 1);
     }
 
+    void protectedSection_data() { bookmarksOfEveryFormat_data(); }
+
+    // "Zeichen" lies in a protected section: the write is refused (4605), ClsWord lifts the
+    // protection and writes once more.
+    void protectedSection()
+    {
+        QFETCH(QString, format);
+        const WordDocument document = m_word->CreateDocument(templ(format), false, true);
+        QVERIFY2(document, qPrintable(m_word->lastErrorDescription()));
+        // LibreOffice's RTF writer drops the section's protection.
+        QCOMPARE(document->isProtected(), format != u"rtf");
+        QVERIFY(m_word->SetText(document, "mm/zw", "Zeichen"));
+        QVERIFY(!document->isProtected());
+    }
+
     // "(leeres Dokument)": a blank Writer document; line placeholders type successive
     // paragraphs at the insertion point, blank-only text is left out.
     void blankDocumentLines()

@@ -188,10 +188,12 @@ void LibreOfficeConnection::dropBridge()
 void LibreOfficeConnection::throwMapped(const OUString& message, long failNumber,
                                         const QString& what)
 {
+    // Every call after the time limit passed says so, until the next connect(): the later
+    // failures follow from the first.
     bool expired = false;
     {
         std::lock_guard lock(m_mutex);
-        std::swap(expired, m_expired);
+        expired = m_expired;
     }
     if (expired) {
         try {

@@ -119,6 +119,16 @@ void LibreOfficeEngine::open()
     if (m_soffice.isEmpty() || !QFileInfo(m_soffice).isExecutable())
         throw ZwError(DocumentError::FileNotFound,
                       QStringLiteral("LibreOffice ist auf diesem PC nicht installiert."), source());
+    // The office's own UNO runtime is what the program talks through (a wrapped or sandboxed
+    // soffice has none beside it).
+    const QString program = QFileInfo(QFileInfo(m_soffice).canonicalFilePath()).absolutePath();
+    if (!QFileInfo::exists(program + QStringLiteral("/unorc")) ||
+        !QFileInfo::exists(program + QStringLiteral("/types/offapi.rdb")))
+        throw ZwError(DocumentError::FileNotFound,
+                      QStringLiteral("LibreOffice in \"%1\" bringt keine UNO-Laufzeit mit "
+                                     "(unorc, types/offapi.rdb).")
+                          .arg(QDir::toNativeSeparators(program)),
+                      source());
     m_session->connection.reset();
     LibreOfficeConnection::Options options;
     options.soffice = m_soffice;

@@ -11,6 +11,8 @@
 #include "util/ClsRegistry.h"
 #include "util/ErrorRoutine.h"
 #include "util/UserInterface.h"
+#include "util/widgets/ElidedLabel.h"
+#include "util/widgets/HelpKey.h"
 #include "util/widgets/ShowHelp.h"
 #include "util/widgets/SmartComboBox.h"
 
@@ -46,7 +48,8 @@ QString g_pendingStatus;
 
 QLabel* detailLabel(const char* name, QWidget* parent)
 {
-    auto* l = new QLabel(parent);
+    // A long name or company is cut off with "…" rather than widening the window.
+    auto* l = new ElidedLabel(parent);
     l->setObjectName(QLatin1String(name));
     // An empty label keeps its line, so the frame does not jump when a contact is shown.
     l->setMinimumHeight(l->fontMetrics().height());
@@ -67,6 +70,13 @@ FrmMain::FrmMain(AppGlobals& globals, QWidget* parent) : QMainWindow(parent), m_
     setWindowIcon(wizardIcon(QStringLiteral("App")));
     setAcceptDrops(true);
     buildUi();
+    // F1 shows the current step's topic here and presses the help button of a dialog.
+    auto* helpKey = new HelpKey(this);
+    helpKey->setHandler(this, [this] {
+        VuShowHelp(HelpCommand::Context, vuHelpFile(),
+                   HelpContext::Recipient + tabMain->currentIndex());
+    });
+    qApp->installEventFilter(helpKey);
     g_mainWindow = this;
     if (!g_pendingStatus.isNull())
         txtStatus->setText(g_pendingStatus);
@@ -199,7 +209,7 @@ QWidget* FrmMain::buildStepRecipient()
     grid->addWidget(cmdGetCurrentContact, 1, 3);
 
     grid->addWidget(optSource[1], 2, 0, 1, 5);
-    auto* folderLabel = new QLabel(QStringLiteral("Outlook-&Ordner:"), page);
+    auto* folderLabel = new QLabel(QStringLiteral("Outlook-O&rdner:"), page);
     grid->addWidget(folderLabel, 3, 1);
     auto* folderRow = new QHBoxLayout;
     folderRow->setSpacing(2);
@@ -285,6 +295,9 @@ QWidget* FrmMain::buildStepRecipient()
         lblStreet[i]->setObjectName(indexed("lblStreet", i));
         lblZIP[i] = detailLabel("", fraAddress);
         lblZIP[i]->setObjectName(indexed("lblZIP", i));
+        // The postcode column does not stretch: it keeps room for a whole postcode.
+        lblZIP[i]->setMinimumWidth(
+            lblZIP[i]->fontMetrics().horizontalAdvance(QStringLiteral("D-000000")));
         lblCity[i] = detailLabel("", fraAddress);
         lblCity[i]->setObjectName(indexed("lblCity", i));
         lblCountry[i] = detailLabel("", fraAddress);
@@ -294,6 +307,7 @@ QWidget* FrmMain::buildStepRecipient()
         details->addWidget(lblCity[i], 5, 1);
         details->addWidget(lblCountry[i], 5, 2);
     }
+    details->setColumnMinimumWidth(0, lblZIP[0]->minimumWidth());
     frameRow->addLayout(details, 1);
     auto* addressChoice = new QVBoxLayout;
     addressChoice->setSpacing(2);
@@ -333,7 +347,7 @@ QWidget* FrmMain::buildStepTemplate()
     lstDotFiles->setMinimumHeight(60);
     lstDotFiles->setMaximumHeight(110);
     filesLabel->setBuddy(lstDotFiles);
-    connect(lstDotFiles, &QListWidget::currentRowChanged, this, &FrmMain::lstDotFiles_Click);
+    connect(lstDotFiles, &QListWidget::itemSelectionChanged, this, &FrmMain::lstDotFiles_Click);
     v->addWidget(lstDotFiles);
     auto* bookmarksLabel =
         new QLabel(QStringLiteral("&Textmarken, Outlook-Felder und Feldinhalte:"), page);
@@ -474,8 +488,11 @@ void FrmMain::InitControls()
     vuTrap(QStringLiteral("InitControls"), [&] {
         QString folder = m_g.settings.OutlookFolder;
         // Until the user names a folder, the sample store lets the whole wizard be tried.
-        if (folder.trimmed().isEmpty() && QFileInfo(OlStoreRoots::defaults().samples).isDir())
+        m_sampleFolderShown.clear();
+        if (folder.trimmed().isEmpty() && QFileInfo(OlStoreRoots::defaults().samples).isDir()) {
             folder = QStringLiteral("Root\\") + OlStoreNames::samples();
+            m_sampleFolderShown = folder;
+        }
         txtOutlookFolder->setText(folder);
         LoadComboHistory(cboSearchName, m_g.registry.get(), QString());
         cboSearchName->setEditText(QString());
@@ -526,7 +543,9 @@ bool FrmMain::Form_Unload()
             return;
         }
         tmrUnloadTimer->stop();
-        m_g.settings.OutlookFolder = txtOutlookFolder->text();
+        // The sample store stands in while no folder is set; it is no choice of the user's.
+        if (txtOutlookFolder->text() != m_sampleFolderShown)
+            m_g.settings.OutlookFolder = txtOutlookFolder->text();
         SaveComboHistory(cboSearchName, m_g.registry.get(), QString(),
                          m_g.settings.MaxSearchHistory);
         SaveSettings(m_g);
@@ -613,7 +632,13 @@ void FrmMain::tabMain_Click()
 
 void FrmMain::RefreshFinishButton()
 {
-    cmdFinish->setEnabled(lstDotFiles->currentRow() >= 0);
+    cmdFinish->setEnabled(selectedDotFileRow() >= 0);
+}
+
+int FrmMain::selectedDotFileRow() const
+{
+    const QList<QListWidgetItem*> selected = lstDotFiles->selectedItems();
+    return selected.isEmpty() ? -1 : lstDotFiles->row(selected.first());
 }
 
 // ---- Abort --------------------------------------------------------------------------------

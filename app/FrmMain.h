@@ -118,6 +118,9 @@ private:
     bool Form_Unload();
     void Form_Resize();
     void RefreshFinishButton();
+    // The template line the user selected (0-based), or -1. Only a selection counts: the
+    // list's current row moves by itself when it takes the focus after a refill.
+    int selectedDotFileRow() const;
 
     // Step 1
     bool ConnectOutlook();
@@ -149,9 +152,13 @@ private:
 
     std::shared_ptr<OlApplication> m_olApplication;
     QString m_inspectorFile;
+    // The sample folder shown while the user has set none (not saved as the user's choice).
+    QString m_sampleFolderShown;
     std::unique_ptr<ClsOutlookVgContactFolder> moVgContactFolder;
     std::optional<OlItems> m_items;
     std::optional<ContactItem> m_currentContact;
+    // The cards of a handed-over file of several, offered in the hit list.
+    QList<ContactItem> m_handedOver;
     QSet<QString> m_shownProblems;
     qint16 m_addressType = 0;
     qint16 m_addressOrder = 0;

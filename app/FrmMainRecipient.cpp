@@ -7,6 +7,8 @@
 #include "app/WizardIcons.h"
 #include "app/dialogs/FrmOutlookFolderSelection.h"
 #include "contacts/ClsOutlookVgContactFolder.h"
+#include "contacts/OlItemWindow.h"
+#include "contacts/VCardReader.h"
 #include "util/ErrorRoutine.h"
 #include "util/UserInterface.h"
 #include "util/ZwError.h"
@@ -14,6 +16,7 @@
 
 #include <QComboBox>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
@@ -39,6 +42,19 @@ constexpr long kUserInterrupt = 18;
 QString text(const ContactItem& c, const char* property)
 {
     return c.value(QString::fromLatin1(property)).toString();
+}
+
+// Every readable card of a vCard file, in file order.
+QList<ContactItem> cardsOfFile(const QString& path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return {};
+    const VCardReader::Result r = VCardReader::read(file.readAll());
+    QList<ContactItem> cards;
+    for (int i = 0; i < r.cards.size(); ++i)
+        cards.append(ContactItem(r.cards[i], path, i));
+    return cards;
 }
 
 } // namespace
@@ -120,6 +136,16 @@ void FrmMain::GetCurrentContactData(bool bShowMessage)
         if (inspector) {
             OlItem item = inspector->CurrentItem();
             if (item.isContact()) {
+                // A file of several cards: all of them are offered, the user picks one.
+                m_handedOver = cardsOfFile(inspector->filePath());
+                if (m_handedOver.size() > 1) {
+                    QList<QTreeWidgetItem*> rows;
+                    for (int i = 0; i < m_handedOver.size(); ++i)
+                        rows.append(makeFoundRow(m_handedOver[i], i + 1));
+                    lvwFound->addTopLevelItems(rows);
+                    return;
+                }
+                m_handedOver.clear();
                 m_currentContact = *item.contact();
                 QTreeWidgetItem* row = makeFoundRow(*m_currentContact, 0);
                 lvwFound->addTopLevelItem(row);
@@ -146,6 +172,7 @@ void FrmMain::ResetControls(bool bClearName)
             cboSearchName->setEditText(QString());
         lvwFound->clear();
         m_items.reset();
+        m_handedOver.clear();
         for (QLabel* l :
              {lblName, lblCompany1, lblCompany2, lblCompany3, lblPosition, lblDepartment})
             l->clear();
@@ -218,6 +245,8 @@ void FrmMain::searchFolder(const QString& folder, const QString& name)
     m_abort = false;
     cmdAbort->setEnabled(true);
     cmdSearch->setEnabled(false);
+    // Taking over the open contact resets the items this loop walks.
+    cmdGetCurrentContact->setEnabled(false);
     SetHourglass(true);
     SetStatus(QStringLiteral("Suchen..."));
     // The buttons come back also when the search fails, so that the window can be closed.
@@ -227,6 +256,7 @@ void FrmMain::searchFolder(const QString& folder, const QString& name)
         {
             w->cmdAbort->setEnabled(false);
             w->cmdSearch->setEnabled(true);
+            w->cmdGetCurrentContact->setEnabled(true);
             SetHourglass(false);
             SetStatus(QStringLiteral("Bereit"));
         }
@@ -235,8 +265,15 @@ void FrmMain::searchFolder(const QString& folder, const QString& name)
     const std::shared_ptr<OlFolder> opened = moVgContactFolder->OpenFolder(folder);
     if (!opened)
         return;
-    // Reading a large folder takes a while: let the user break it off.
-    const OlItems::Progress progress = [this] { return moVgContactFolder->raiseCheckForAbort(); };
+    // Reading a large folder takes a while: let the user break it off. This is the search's
+    // own question, not the folder object's CheckForAbort event, whose handler announces an
+    // abort under way: the status keeps "Suchen..." until somebody presses "Abbrechen".
+    const OlItems::Progress progress = [this] {
+        ui().doEvents();
+        if (m_abort)
+            SetStatus(QStringLiteral("Warten auf Abbruch..."));
+        return m_abort;
+    };
     try {
         OlItems items = opened->Items();
         if (!name.isEmpty())
@@ -308,10 +345,17 @@ void FrmMain::lvwFound_ItemClick(QTreeWidgetItem* row)
     if (!row)
         return;
     vuTrap(QStringLiteral("lvwFound_ItemClick"), [&] {
+        const long index = long(row->data(0, kItemIndexRole).toLongLong());
+        // A row of a handed-over file of several cards.
+        if (!m_items && index >= 1 && index <= m_handedOver.size()) {
+            m_currentContact = m_handedOver[index - 1];
+            ShowSelectedItemDetails();
+            return;
+        }
         // A row of the taken-over contact stands for no search result.
         if (!m_items)
             return;
-        const OlItem item = m_items->Item(long(row->data(0, kItemIndexRole).toLongLong()));
+        const OlItem item = m_items->Item(index);
         if (!item.isContact())
             return;
         m_currentContact = *item.contact();

@@ -51,7 +51,7 @@ void FrmMain::InitDotFileList()
 void FrmMain::lstDotFiles_Click()
 {
     vuTrap(QStringLiteral("lstDotFiles_Click"), [&] {
-        const int position = lstDotFiles->currentRow() + 1;
+        const int position = selectedDotFileRow() + 1;
         lvwBookmarks->clear();
         const QList<BookmarkRow> rows = LoadBookmarkList(
             m_g.fieldAssignmentList, position, true, contactResolver(), m_g.specialFieldsString);
@@ -69,7 +69,7 @@ void FrmMain::lstDotFiles_Click()
 void FrmMain::chkShowDotFilePath_Click()
 {
     // Showing or hiding the folders changes no line: the chosen template stays chosen.
-    const int row = lstDotFiles->currentRow();
+    const int row = selectedDotFileRow();
     InitDotFileList();
     if (row >= 0 && row < lstDotFiles->count()) {
         {

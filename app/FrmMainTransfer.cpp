@@ -5,12 +5,14 @@
 
 #include "app/Settings.h"
 #include "document/ClsWord.h"
+#include "document/DocumentErrors.h"
 #include "document/FieldAssignmentDefaults.h"
 #include "document/FieldAssignmentList.h"
 #include "util/ErrorRoutine.h"
 #include "util/TextUtil.h"
 #include "util/UserInterface.h"
 
+#include <QDir>
 #include <QLabel>
 #include <QListWidget>
 #include <QTabWidget>
@@ -30,7 +32,7 @@ void FrmMain::cmdFinish_Click()
                 return;
         }
 
-        const int position = lstDotFiles->currentRow() + 1;
+        const int position = selectedDotFileRow() + 1;
         if (position < 1) {
             tabMain->setCurrentIndex(1);
             msgBox(QStringLiteral("Keine Vorlagendatei ausgewählt!"), Mb::OkOnly + Mb::Exclamation);
@@ -63,6 +65,10 @@ void FrmMain::cmdFinish_Click()
 
         SetStatus(QStringLiteral("Word-Dokument erstellen..."));
         const WordDocument document = word.CreateDocument(dotFile, true, false);
+        // The letter is named after the template and its recipient.
+        if (document && m_currentContact)
+            document->setRecipientName(
+                m_currentContact->value(QStringLiteral("FileAs")).toString());
 
         SetStatus(QStringLiteral("Text übertragen..."));
         FillWordBookmarks(m_g.fieldAssignmentList, position, word, document, contactResolver(),
@@ -73,17 +79,27 @@ void FrmMain::cmdFinish_Click()
         // must hear of it, or the letter is silently missing.
         if (!document || (document->savedPath().isEmpty() && !document->isOpenForUser())) {
             ui().beep();
-            msgBox(QStringLiteral("Das Word-Dokument aus der Vorlage '") + dotFile +
-                       QStringLiteral("' konnte nicht erstellt werden!\r\n"
-                                      "Überprüfen Sie, ob der Ausgabeordner beschreibbar und "
-                                      "LibreOffice Writer korrekt installiert ist!") +
-                       // Why, in the word processor's words (e.g. a hung LibreOffice).
-                       (word.lastErrorDescription().isEmpty()
-                            ? QString()
-                            : QStringLiteral("\r\n\r\n") + word.lastErrorDescription()),
-                   Mb::OkOnly + Mb::Critical);
+            if (word.lastErrorNumber() == DocumentError::BadTemplate) {
+                msgBox(QStringLiteral("Die Vorlagendatei '") + dotFile +
+                           QStringLiteral("' ist beschädigt und kann nicht verwendet werden!") +
+                           QStringLiteral("\r\n\r\n") + word.lastErrorDescription(),
+                       Mb::OkOnly + Mb::Critical);
+                return;
+            }
+            QString text = QStringLiteral("Das Word-Dokument aus der Vorlage '") + dotFile +
+                           QStringLiteral("' konnte nicht erstellt werden!\r\n"
+                                          "Überprüfen Sie, ob der Ausgabeordner beschreibbar und "
+                                          "LibreOffice Writer korrekt installiert ist!");
+            if (!word.lastErrorDescription().isEmpty())
+                text += QStringLiteral("\r\n\r\n") + word.lastErrorDescription();
+            msgBox(text, Mb::OkOnly + Mb::Critical);
             return;
         }
+        // Where the letter went stays in sight, also when no program could show it.
+        SetStatus(document->savedPath().isEmpty()
+                      ? QStringLiteral("Dokument in LibreOffice Writer geöffnet")
+                      : QStringLiteral("Dokument gespeichert: ") +
+                            QDir::toNativeSeparators(document->savedPath()));
         finished = true;
     });
     if (finished && m_g.settings.ExitAfterFinished)

@@ -1,16 +1,15 @@
 #include "app/Main.h"
+#include "app/DocumentOpener.h"
 #include "app/FrmMain.h"
 #include "app/Settings.h"
 #include "app/SingleInstance.h"
 #include "util/AppInfo.h"
 #include "util/UserInterface.h"
+#include "util/widgets/QtTranslations.h"
 #include "util/widgets/QtUserInterface.h"
 
 #include <QApplication>
-#include <QDesktopServices>
-#include <QDir>
 #include <QFileInfo>
-#include <QUrl>
 
 int main(int argc, char** argv)
 {
@@ -29,19 +28,12 @@ int main(int argc, char** argv)
         return 0;
     instance.listen();
 
+    installGermanQtTranslations(app);
     QtUserInterface qtUi;
     setUserInterface(&qtUi);
 
     AppGlobals globals;
-    globals.documentOpener = [](const QString& path) {
-        if (!QDesktopServices::openUrl(QUrl::fromLocalFile(path))) {
-            msgBox(QStringLiteral("Das Dokument wurde gespeichert unter:\r\n") +
-                       QDir::toNativeSeparators(path) +
-                       QStringLiteral("\r\n\r\nEs konnte nicht geöffnet werden, weil kein "
-                                      "Programm für Word-Dokumente (*.docx) eingerichtet ist."),
-                   Mb::OkOnly + Mb::Information);
-        }
-    };
+    globals.documentOpener = [](const QString& path) { DocumentOpener()(path); };
     MainResult started = Main(globals, 1000, contactFile);
     if (!started.started)
         return 1;

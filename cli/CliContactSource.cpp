@@ -17,6 +17,8 @@ namespace
 
 // The system's own texts of a failed OpenFolder; the last one names the cause.
 constexpr QStringView kNoContacts = u"' beinhaltet keine Kontakte!";
+// Restrict's error number for a filter it cannot parse.
+constexpr long kInvalidFilter = 5;
 
 QString shown(const QString& path)
 {
@@ -42,22 +44,32 @@ ContactItem CliContactSource::fromFile(const QString& path, int number)
                          QStringLiteral("'%1' ist ein Ordner, keine vCard-Datei. Für einen "
                                         "Kontaktordner der Sitzung gilt --ordner.")
                              .arg(shown(path)));
-    const VCardReader::Result read = VCardReader::readFile(info.absoluteFilePath());
-    if (read.cards.isEmpty()) {
+    // Only the wanted card is parsed: memory stays near the file's size however many
+    // cards it holds.
+    QByteArray bytes;
+    QString problem;
+    if (!VCardReader::loadFile(info.absoluteFilePath(), bytes, problem))
+        throw CliFailure(CliExitCode::ContactMissing, problem);
+    bytes = VCardReader::normalizeEncoding(bytes);
+    QList<VCardReader::Issue> issues;
+    const QList<VCardReader::Chunk> chunks = VCardReader::split(bytes, &issues);
+    if (chunks.isEmpty()) {
         QString message =
             QStringLiteral("Die Datei '%1' enthält keinen lesbaren Kontakt.").arg(shown(path));
-        if (!read.issues.isEmpty())
-            message += u'\n' + read.issues.first().message;
+        if (!issues.isEmpty())
+            message += u'\n' + issues.first().message;
         throw CliFailure(CliExitCode::ContactMissing, message);
     }
-    if (number > read.cards.size())
+    if (number > chunks.size())
         throw CliFailure(CliExitCode::ContactMissing,
                          QStringLiteral("Die Datei '%1' enthält nur %2 Kontakt(e); Nummer %3 gibt "
                                         "es nicht.")
                              .arg(shown(path))
-                             .arg(read.cards.size())
+                             .arg(chunks.size())
                              .arg(number));
-    const VCard& card = read.cards.at(number - 1);
+    const VCardReader::Chunk& chunk = chunks.at(number - 1);
+    const VCard card =
+        VCardReader::parse(QByteArrayView(bytes).sliced(chunk.offset, chunk.size), chunk.line);
     if (OlItem::messageClassOf(card) != QLatin1String("IPM.Contact"))
         throw CliFailure(CliExitCode::ContactMissing,
                          QStringLiteral("Die Karte Nr. %1 in '%2' ist kein Kontakt, sondern eine "
@@ -92,9 +104,17 @@ OlItems CliContactSource::search(const QString& folderPath, const QString& lastN
         const OlItems all = folder->Items();
         if (lastName.isEmpty())
             return all;
-        return all.Restrict(QStringLiteral("[LastName] = '") + lastName + QStringLiteral("'"));
+        // The filter language doubles a quote inside a quoted value: O'Brien is found.
+        QString quoted = lastName;
+        quoted.replace(QLatin1Char('\''), QStringLiteral("''"));
+        return all.Restrict(QStringLiteral("[LastName] = '") + quoted + QStringLiteral("'"));
     } catch (...) {
         const ZwError e = vuErrorFromCurrentException();
+        // A name the filter cannot take is a wrong argument, not a missing folder.
+        if (e.number() == kInvalidFilter)
+            throw CliFailure(CliExitCode::Usage,
+                             QStringLiteral("Nach dem Nachnamen '%1' kann nicht gesucht werden: %2")
+                                 .arg(lastName, e.description()));
         throw CliFailure(CliExitCode::FolderMissing,
                          QStringLiteral("Der Ordner '%1' kann nicht durchsucht werden: %2")
                              .arg(folderPath, e.description()));

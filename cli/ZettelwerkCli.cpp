@@ -13,6 +13,7 @@
 #include "util/AppInfo.h"
 #include "util/ClsRegistry.h"
 #include "util/ErrorRoutine.h"
+#include "util/FileRegistryBackend.h"
 
 #include <QDir>
 #include <QFile>
@@ -116,7 +117,12 @@ int ZettelwerkCli::run(const QStringList& arguments)
 
 void ZettelwerkCli::loadSettings()
 {
-    ClsRegistry registry;
+    // This program only reads: a damaged settings file is reported and left for Zettelwerk
+    // itself to move aside; the run goes on with the defaults.
+    auto backend = std::make_shared<FileRegistryBackend>();
+    backend->makeReadOnly();
+    backend->setReporter([](const QString& text) { CliUserInterface::printError(text); });
+    ClsRegistry registry(backend);
     registry.setCompany(QStringLiteral("KVAR"));
     registry.setKey(settingsKey(registry));
     try {
@@ -254,10 +260,13 @@ QString ZettelwerkCli::fill(const CliOptions& o, const ContactItem& contact)
         o.outputFolder.isEmpty() ? m_settings.OutputFolder : o.outputFolder;
     if (!outputFolder.isEmpty()) {
         const QString absolute = QFileInfo(outputFolder).absoluteFilePath();
-        if (!QFileInfo(absolute).isDir())
-            throw CliFailure(
-                CliExitCode::OutputFolder,
-                QStringLiteral("Der Ausgabeordner '%1' existiert nicht.").arg(shown(absolute)));
+        const QFileInfo target(absolute); // a link is taken for what it leads to
+        if (!target.isDir())
+            throw CliFailure(CliExitCode::OutputFolder,
+                             (target.exists()
+                                  ? QStringLiteral("Der Ausgabeordner '%1' ist kein Ordner.")
+                                  : QStringLiteral("Der Ausgabeordner '%1' existiert nicht."))
+                                 .arg(shown(absolute)));
         word.setOutputFolder(absolute);
     }
     // Invisible: the document is saved, never opened.

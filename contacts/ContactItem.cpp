@@ -457,11 +457,16 @@ QString joined(const QStringList& values, QStringView sep)
     return nonEmpty.join(sep);
 }
 
-// Outlook 2003 writes no X-MS- line. Its cards have no PRODID, a REV in the basic UTC form
-// (20121012T210525Z) and none of the marks other exporters leave. The test does not look at
-// the version, so the card reads the same after it was written back as 3.0.
+// Outlook 2003 writes no X-MS- line. Its cards are 2.1, have no PRODID, a REV in the basic
+// UTC form (20121012T210525Z), a LABEL beside each address and none of the marks other
+// exporters leave. Many 3.0 writers also leave out PRODID and write such a REV; taking their
+// cards for Outlook's would turn a "c/o" line into the office. So a 3.0 card must also carry
+// Outlook's LABEL (as one written back by this program does), and a 4.0 card never counts.
 bool looksLikeOldOutlook(const VCard& card)
 {
+    if (card.version() == VCardVersion::V40)
+        return false;
+    bool label = card.version() == VCardVersion::V21;
     bool basicRev = false;
     for (const VCardProperty& p : card.properties()) {
         if (p.malformed)
@@ -477,8 +482,19 @@ bool looksLikeOldOutlook(const VCard& card)
             basicRev = rev.size() == 16 && rev[8] == u'T' && rev.endsWith(u'Z') &&
                        !rev.contains(u'-') && !rev.contains(u':');
         }
+        if (p.isNamed("LABEL"))
+            label = true;
     }
-    return basicRev;
+    return basicRev && label;
+}
+
+bool prodIdNamesOutlook(const VCard& card)
+{
+    for (const VCardProperty& p : card.properties())
+        if (!p.malformed && p.isNamed("PRODID") &&
+            p.text().contains(QLatin1String("Outlook"), Qt::CaseInsensitive))
+            return true;
+    return false;
 }
 
 // Apple marks company cards with X-ABShowAs:COMPANY (KDE turns the name into
@@ -545,7 +561,10 @@ const ContactItem::Mapping& ContactItem::mapping() const
             m->fromOutlook = true;
     }
     if (!m->fromOutlook)
-        m->fromOutlook = looksLikeOldOutlook(m_card);
+        m->fromOutlook = looksLikeOldOutlook(m_card) || prodIdNamesOutlook(m_card);
+    // Outlook writes no 4.0 cards.
+    if (m_card.version() == VCardVersion::V40)
+        m->fromOutlook = false;
 
     // Addresses.
     QList<int> adrClass[AdrClassCount];

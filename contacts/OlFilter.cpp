@@ -9,7 +9,9 @@
 #include <QDateTime>
 #include <QLocale>
 #include <QStringList>
+#include <algorithm>
 #include <cmath>
+#include <vector>
 
 namespace
 {
@@ -159,9 +161,11 @@ bool compareValue(const QVariant& v, Op op, const Literal& l)
 
 } // namespace
 
+// "a and b and c" is one And node of three operands, so a long chain does not make a deep
+// tree; only parentheses and "not" nest, and the parser bounds how deep.
 struct OlFilter::Node {
     enum class Type { And, Or, Not, Compare } type = Type::Compare;
-    std::shared_ptr<const Node> left, right;
+    std::vector<std::shared_ptr<const Node>> operands;
     int property = -1;
     Op op = Op::Eq;
     Literal literal;
@@ -170,11 +174,13 @@ struct OlFilter::Node {
     {
         switch (type) {
         case Type::And:
-            return left->eval(valueOf) && right->eval(valueOf);
+            return std::all_of(operands.begin(), operands.end(),
+                               [&](const auto& n) { return n->eval(valueOf); });
         case Type::Or:
-            return left->eval(valueOf) || right->eval(valueOf);
+            return std::any_of(operands.begin(), operands.end(),
+                               [&](const auto& n) { return n->eval(valueOf); });
         case Type::Not:
-            return !left->eval(valueOf);
+            return !operands.front()->eval(valueOf);
         case Type::Compare:
             break;
         }
@@ -231,39 +237,60 @@ private:
         return true;
     }
 
-    NodePtr combine(Node::Type type, NodePtr left, NodePtr right)
+    // One node over `first` and every further operand joined by `word`; just `first` when
+    // there is none.
+    template <class Next> NodePtr chain(Node::Type type, QStringView word, Next next)
     {
+        NodePtr first = next();
+        if (!keyword(word))
+            return first;
         auto n = std::make_shared<Node>();
         n->type = type;
-        n->left = std::move(left);
-        n->right = std::move(right);
+        n->operands.push_back(std::move(first));
+        do
+            n->operands.push_back(next());
+        while (keyword(word));
         return n;
     }
 
     NodePtr parseOr()
     {
-        NodePtr left = parseAnd();
-        while (keyword(u"or"))
-            left = combine(Node::Type::Or, left, parseAnd());
-        return left;
+        return chain(Node::Type::Or, u"or", [this] { return parseAnd(); });
     }
 
     NodePtr parseAnd()
     {
-        NodePtr left = parseUnary();
-        while (keyword(u"and"))
-            left = combine(Node::Type::And, left, parseUnary());
-        return left;
+        return chain(Node::Type::And, u"and", [this] { return parseUnary(); });
+    }
+
+    // Parentheses and "not" are read recursively; their depth is bounded so that no text
+    // can run the stack out (here, in evaluating, or in freeing the tree).
+    static constexpr int kMaxNesting = 100;
+
+    void enter()
+    {
+        if (++m_nesting > kMaxNesting)
+            fail(m_s,
+                 QStringLiteral("mehr als %1 Klammern oder \"not\" ineinander").arg(kMaxNesting),
+                 m_i);
     }
 
     NodePtr parseUnary()
     {
-        if (keyword(u"not"))
-            return combine(Node::Type::Not, parseUnary(), nullptr);
+        if (keyword(u"not")) {
+            enter();
+            auto n = std::make_shared<Node>();
+            n->type = Node::Type::Not;
+            n->operands.push_back(parseUnary());
+            --m_nesting;
+            return n;
+        }
         skipBlanks();
         if (m_i < m_s.size() && m_s[m_i] == u'(') {
             const qsizetype open = m_i++;
+            enter();
             NodePtr inner = parseOr();
+            --m_nesting;
             skipBlanks();
             if (m_i >= m_s.size() || m_s[m_i] != u')')
                 fail(m_s,
@@ -407,6 +434,7 @@ private:
     QList<OlFilter::Property>& m_properties;
     qsizetype m_i = 0;
     qsizetype m_literalAt = 0;
+    int m_nesting = 0;
 };
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include "contacts/VCardReader.h"
 #include "contacts/VCardWriter.h"
+#include "util/SystemErrorText.h"
 #include "util/ZwError.h"
 
 #include <QDir>
@@ -182,7 +183,7 @@ QList<std::shared_ptr<OlFolder>> OlFolder::listChildren()
     if (!d) {
         throw ZwError(75,
                       QStringLiteral("Der Ordner '%1' kann nicht gelesen werden (%2).")
-                          .arg(m_path, QString::fromLocal8Bit(std::strerror(errno))),
+                          .arg(m_path, VuSystemErrorText(errno)),
                       QStringLiteral("Folders"));
     }
     struct stat dst {
@@ -269,9 +270,9 @@ OlItem OlFolder::addContact(ContactItem contact)
     };
     QTemporaryFile temp(m_dir + QStringLiteral("/.zettelwerk-neu-XXXXXX.tmp"));
     if (!temp.open())
-        throw failure(temp.errorString());
+        throw failure(VuFileErrorText(temp));
     if (temp.write(bytes) != bytes.size() || !temp.flush() || ::fsync(temp.handle()) != 0)
-        throw failure(temp.errorString());
+        throw failure(VuFileErrorText(temp));
     temp.close();
 
     const QString base = baseNameFor(contact);
@@ -284,7 +285,7 @@ OlItem OlFolder::addContact(ContactItem contact)
         if (err == EEXIST)
             continue;
         if (err != 0)
-            throw failure(QString::fromLocal8Bit(std::strerror(err)));
+            throw failure(VuSystemErrorText(err));
         temp.setAutoRemove(false);
         // The folder's listing changed; the next Items() lists it again.
         m_index.reset();

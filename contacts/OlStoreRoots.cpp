@@ -10,6 +10,6 @@ OlStoreRoots OlStoreRoots::defaults(const QString& publicFolders)
     roots.personal = QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
                      QStringLiteral("/Zettelwerk/") + OlStoreNames::personal();
     roots.publicFolders = publicFolders;
-    roots.samples = AppInfo::programFolder() + QLatin1Char('/') + OlStoreNames::samples();
+    roots.samples = AppInfo::dataFolder() + QLatin1Char('/') + OlStoreNames::samples();
     return roots;
 }

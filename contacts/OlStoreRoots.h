@@ -15,7 +15,7 @@ struct OlStoreRoots {
     QString samples;
 
     // personal: the user's data folder + "/Zettelwerk/Persönliche Ordner" (XDG_DATA_HOME
-    // moves it); samples: the program folder + "/Beispielkontakte".
+    // moves it); samples: the data folder (AppInfo::dataFolder) + "/Beispielkontakte".
     static OlStoreRoots defaults(const QString& publicFolders = QString());
 };
 

@@ -2,7 +2,9 @@
 
 #include "contacts/VCardText.h"
 
+#include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QStringDecoder>
 #include <cstring>
 
@@ -493,17 +495,26 @@ QList<VCardReader::Chunk> VCardReader::split(QByteArrayView data, QList<Issue>* 
     bool agentPending = false; // the last line was "AGENT:" with its card to follow
     Chunk current;
 
-    auto report = [&](int line, qint64 offset, const QString& message) {
-        if (issues)
-            issues->append({line, offset, message});
+    // The message is only composed for the issues that are kept: a file of millions of
+    // broken cards must not spend its time formatting texts nobody reads.
+    int reported = 0;
+    int notReported = 0;
+    auto report = [&](int line, qint64 offset, const auto& message) {
+        if (!issues)
+            return;
+        if (reported++ < kMaxIssuesPerFile)
+            issues->append({line, offset, message()});
+        else
+            ++notReported;
     };
     auto finish = [&](const char* end) {
         current.size = (end - base) - current.offset;
         const QByteArrayView bytes(base + current.offset, current.size);
         if (std::memchr(bytes.data(), 0, size_t(bytes.size())) != nullptr) {
-            report(current.line, current.offset,
-                   cardWord(current.line) +
-                       QStringLiteral(" enthält Binärdaten (Nullbytes) und wird übersprungen."));
+            report(current.line, current.offset, [&] {
+                return cardWord(current.line) +
+                       QStringLiteral(" enthält Binärdaten (Nullbytes) und wird übersprungen.");
+            });
             return;
         }
         // Something besides BEGIN and END?
@@ -518,9 +529,10 @@ QList<VCardReader::Chunk> VCardReader::split(QByteArrayView data, QList<Issue>* 
             q = l.next;
         }
         if (!hasContent) {
-            report(current.line, current.offset,
-                   cardWord(current.line) +
-                       QStringLiteral(" enthält keine Angaben und wird übersprungen."));
+            report(current.line, current.offset, [&] {
+                return cardWord(current.line) +
+                       QStringLiteral(" enthält keine Angaben und wird übersprungen.");
+            });
             return;
         }
         chunks.append(current);
@@ -542,11 +554,12 @@ QList<VCardReader::Chunk> VCardReader::split(QByteArrayView data, QList<Issue>* 
             if (agentPending) {
                 ++depth;
             } else {
-                report(current.line, current.offset,
-                       cardWord(current.line) +
+                report(current.line, current.offset, [&] {
+                    return cardWord(current.line) +
                            QStringLiteral(" endet nicht mit END:VCARD, bevor in Zeile %1 der "
                                           "nächste beginnt; er wird übersprungen.")
-                               .arg(thisLine));
+                               .arg(thisLine);
+                });
                 const char* start = startsWithBom(pl.begin, pl.end) ? pl.begin + 3 : pl.begin;
                 current = Chunk{start - base, 0, thisLine};
                 depth = 0;
@@ -568,13 +581,21 @@ QList<VCardReader::Chunk> VCardReader::split(QByteArrayView data, QList<Issue>* 
         p = pl.next;
     }
     if (inside) {
-        report(current.line, current.offset,
-               cardWord(current.line) +
+        report(current.line, current.offset, [&] {
+            return cardWord(current.line) +
                    QStringLiteral(" endet nicht mit END:VCARD (Datei unvollständig?); er wird "
-                                  "übersprungen."));
+                                  "übersprungen.");
+        });
     }
     if (!sawAnyBegin && !trimmedEnd(data.data(), data.data() + data.size()).trimmed().isEmpty())
-        report(0, 0, QStringLiteral("Die Datei enthält keinen Kontakt (BEGIN:VCARD fehlt)."));
+        report(0, 0, [&] {
+            return QStringLiteral("Die Datei enthält keinen Kontakt (BEGIN:VCARD fehlt).");
+        });
+    if (notReported > 0)
+        issues->append({0, 0,
+                        QStringLiteral("%1 weitere fehlerhafte Kontakte der Datei werden "
+                                       "übersprungen.")
+                            .arg(notReported)});
     return chunks;
 }
 
@@ -666,15 +687,72 @@ VCardReader::Result VCardReader::read(const QByteArray& fileBytes)
     return result;
 }
 
-VCardReader::Result VCardReader::readFile(const QString& path)
+bool VCardReader::loadFile(const QString& path, QByteArray& bytes, QString& problem)
 {
+    bytes.clear();
+    const QString shown = QDir::toNativeSeparators(path);
+    const QString tooBig =
+        QStringLiteral("Die Datei '%1' ist größer als %2 MB und wird nicht als Kontaktdatei "
+                       "gelesen.")
+            .arg(shown)
+            .arg(kMaxFileSize / (1024 * 1024));
+    // Asked before opening: opening a pipe would wait for a writer.
+    const QFileInfo info(path);
+    if (info.exists() && !info.isFile()) {
+        problem = info.isDir()
+                      ? QStringLiteral("'%1' ist ein Ordner, keine Kontaktdatei.").arg(shown)
+                      : QStringLiteral("'%1' ist keine gewöhnliche Datei (sondern etwa "
+                                       "ein Gerät oder eine Pipe) und wird nicht "
+                                       "gelesen.")
+                            .arg(shown);
+        return false;
+    }
+    if (info.size() > kMaxFileSize) {
+        problem = tooBig;
+        return false;
+    }
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
+        problem = QStringLiteral("Die Datei '%1' kann nicht gelesen werden: %2")
+                      .arg(shown, file.errorString());
+        return false;
+    }
+    // Read in pieces up to one byte past the limit: a file that grows meanwhile, or one that
+    // was swapped for a device, stops there.
+    bytes.reserve(qsizetype(info.size()));
+    while (bytes.size() <= kMaxFileSize) {
+        const qint64 want = qMin<qint64>(1 << 20, kMaxFileSize + 1 - bytes.size());
+        const qsizetype old = bytes.size();
+        bytes.resize(old + qsizetype(want));
+        const qint64 got = file.read(bytes.data() + old, want);
+        bytes.resize(old + qsizetype(qMax<qint64>(got, 0)));
+        if (got < 0) {
+            problem = QStringLiteral("Die Datei '%1' kann nicht gelesen werden: %2")
+                          .arg(shown, file.errorString());
+            bytes.clear();
+            return false;
+        }
+        if (got == 0)
+            break;
+    }
+    if (bytes.size() > kMaxFileSize) {
+        problem = tooBig;
+        bytes.clear();
+        return false;
+    }
+    bytes.squeeze();
+    return true;
+}
+
+VCardReader::Result VCardReader::readFile(const QString& path)
+{
+    QByteArray bytes;
+    QString problem;
+    if (!loadFile(path, bytes, problem)) {
         Result result;
-        result.issues.append({0, 0,
-                              QStringLiteral("Die Datei '%1' kann nicht gelesen werden: %2")
-                                  .arg(path, file.errorString())});
+        result.issues.append({0, 0, problem});
+        result.fileUnreadable = true;
         return result;
     }
-    return read(file.readAll());
+    return read(bytes);
 }

@@ -45,7 +45,14 @@ public:
     struct Result {
         QList<VCard> cards;
         QList<Issue> issues;
+        bool fileUnreadable = false; // the file itself was refused; issues says why
     };
+
+    // Contact files are read whole; anything bigger is no address book a person keeps.
+    static constexpr qint64 kMaxFileSize = 64 * 1024 * 1024;
+    // A file reports at most this many bad cards one by one, then how many more there are:
+    // a file of nothing but broken cards must not take more memory than its bytes.
+    static constexpr int kMaxIssuesPerFile = 100;
 
     // The file's bytes with a UTF-16 byte order mark converted to UTF-8; anything else is
     // returned as it is (a UTF-8 BOM is skipped by split()).
@@ -65,6 +72,10 @@ public:
 
     // normalizeEncoding + split + parse.
     static Result read(const QByteArray& fileBytes);
-    // The same for a file; a file that cannot be opened gives one issue and no cards.
+    // The bytes of a contact file: only a regular file (or a link to one) of at most
+    // kMaxFileSize bytes is read, so a device, a pipe or a socket can neither block nor
+    // exhaust memory. False with a German `problem` naming the file otherwise.
+    static bool loadFile(const QString& path, QByteArray& bytes, QString& problem);
+    // loadFile + read; a file it refuses gives one issue, no cards and fileUnreadable.
     static Result readFile(const QString& path);
 };

@@ -1,6 +1,7 @@
 #include "contacts/VCardWriter.h"
 
 #include "contacts/VCardText.h"
+#include "util/SystemErrorText.h"
 
 #include <QSaveFile>
 
@@ -179,14 +180,14 @@ bool VCardWriter::writeFile(const QString& path, const QList<VCard>& cards, QStr
     if (!file.open(QIODevice::WriteOnly)) {
         if (errorMessage)
             *errorMessage = QStringLiteral("Die Datei '%1' kann nicht geschrieben werden: %2")
-                                .arg(path, file.errorString());
+                                .arg(path, VuFileErrorText(file));
         return false;
     }
     const QByteArray bytes = write(cards);
     if (file.write(bytes) != bytes.size() || !file.commit()) {
         if (errorMessage)
             *errorMessage = QStringLiteral("Die Datei '%1' kann nicht geschrieben werden: %2")
-                                .arg(path, file.errorString());
+                                .arg(path, VuFileErrorText(file));
         file.cancelWriting();
         return false;
     }

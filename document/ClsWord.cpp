@@ -7,6 +7,7 @@
 #include "document/OoxmlEngine.h"
 #include "util/AppInfo.h"
 #include "util/ErrorRoutine.h"
+#include "util/SystemErrorText.h"
 #include "util/TextUtil.h"
 #include "util/UserInterface.h"
 #include "util/ZwError.h"
@@ -166,7 +167,7 @@ void ClsWord::setOfficeTimeouts(int startMs, int callMs)
 
 void ClsWord::logFailure(const QString& line, const ZwError& cause)
 {
-    m_lastError = cause.description();
+    keepFailure(cause);
     logDocumentFailure(line, cause);
 }
 
@@ -195,7 +196,7 @@ void ClsWord::ensureOutputFolder() const
     if (!probe.open())
         throw ZwError(kPathAccess,
                       QStringLiteral("Der Ausgabeordner \"%1\" ist nicht beschreibbar: %2")
-                          .arg(shown, probe.errorString()),
+                          .arg(shown, VuFileErrorText(probe)),
                       source());
 }
 
@@ -239,7 +240,7 @@ bool ClsWord::openEngine(bool office, bool bVisible)
             ensureOutputFolder();
             slot->setOutputFolder(effectiveOutputFolder());
             ui().setHourglass(false);
-            m_lastError.clear();
+            keepFailure(ZwError(0, QString(), QString()));
             return true;
         } catch (...) {
             failure.emplace(vuErrorFromCurrentException());
@@ -283,11 +284,12 @@ WordDocument ClsWord::CreateDocument(const QString& sDotFile, bool bWordVisible,
     if (Version().isEmpty())
         return {};
     const QString templatePath = sDotFile == kEmptyDocument ? QString() : sDotFile;
+    keepFailure(ZwError(0, QString(), QString()));
     const bool legacy = needsLibreOffice(templatePath);
     const bool office = m_usedVersion == kVersionLibreOffice || legacy;
     if (legacy && !IsVersionInstalled(kVersionLibreOffice)) {
         logFailure(QStringLiteral("Fehler beim Erzeugen eines Word-Dokuments"),
-                   ZwError(DocumentError::BadTemplate,
+                   ZwError(DocumentError::OfficeMissing,
                            QStringLiteral("Für die Vorlage \"%1\" wird LibreOffice Writer "
                                           "benötigt. LibreOffice ist auf diesem PC nicht "
                                           "installiert.")
@@ -379,7 +381,7 @@ qint16 ClsWord::GetBookmarkCount(const WordDocument& oDoc)
                               .arg(count)
                               .arg(std::numeric_limits<qint16>::max()),
                           source());
-        m_lastError.clear();
+        keepFailure(ZwError(0, QString(), QString()));
         return qint16(count);
     } catch (...) {
         logFailure(QStringLiteral("GetBookmarkCount"), vuErrorFromCurrentException());
@@ -401,6 +403,7 @@ QString ClsWord::GetBookmarkName(const WordDocument& oDoc, qint16 nIndex)
 
 QString ClsWord::presentDocument(const WordDocument& oDoc)
 {
+    keepFailure(ZwError(0, QString(), QString()));
     try {
         return usable(oDoc).present();
     } catch (...) {
@@ -408,6 +411,12 @@ QString ClsWord::presentDocument(const WordDocument& oDoc)
                    vuErrorFromCurrentException());
     }
     return QString();
+}
+
+void ClsWord::keepFailure(const ZwError& failure)
+{
+    m_lastErrorNumber = failure.number();
+    m_lastErrorDescription = failure.description();
 }
 
 void ClsWord::setOutputFolder(const QString& folder)

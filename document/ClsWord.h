@@ -8,6 +8,8 @@
 #include <QStringList>
 #include <memory>
 
+class ZwError;
+
 // A document as ClsWord hands it out; empty (none) after a failure.
 using WordDocument = std::shared_ptr<EngineDocument>;
 
@@ -98,9 +100,11 @@ public:
     void setSaveFormat(const QString& format);
     // Time limits for LibreOffice's start and for each call to it (a hung office is stopped).
     void setOfficeTimeouts(int startMs, int callMs);
-    // The German reason of the last failure a member logged; empty after a success of
-    // OpenWord, CreateDocument or GetBookmarkCount.
-    QString lastErrorDescription() const { return m_lastError; }
+    // Number and German reason of the last failure a member logged (DocumentErrors.h); 0 and
+    // empty after a success of OpenWord, CreateDocument, GetBookmarkCount or presentDocument.
+    // The caller tells a damaged template from an output folder that takes no files.
+    long lastErrorNumber() const { return m_lastErrorNumber; }
+    QString lastErrorDescription() const { return m_lastErrorDescription; }
     // True for the template formats only LibreOffice reads (.dot, .doc, .rtf, .odt, .ott).
     static bool needsLibreOffice(const QString& templatePath);
 
@@ -127,8 +131,10 @@ private:
     QString m_saveFormat;
     int m_officeStartMs = 60000;
     int m_officeCallMs = 30000;
-    QString m_lastError;
     std::unique_ptr<DocumentEngine> m_engine; // the built-in engine
     std::unique_ptr<DocumentEngine> m_office; // LibreOffice over UNO
     WordDocument m_currentDocument;
+    long m_lastErrorNumber = 0;
+    QString m_lastErrorDescription;
+    void keepFailure(const ZwError& failure);
 };

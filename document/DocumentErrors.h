@@ -20,6 +20,9 @@ constexpr long ObjectDeleted = 5825;
 constexpr long ServerGone = 462;
 // The word processor did not answer within its time limit and was stopped.
 constexpr long NotResponding = 4198;
+// A template format only LibreOffice reads, and LibreOffice is not installed (Automation's
+// "cannot create object").
+constexpr long OfficeMissing = 429;
 // The document could not be written into the output folder.
 constexpr long SaveFailed = 75;
 } // namespace DocumentError

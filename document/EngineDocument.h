@@ -42,6 +42,17 @@ public:
     // named after the template (or "Dokument"), never over an existing file: a taken name
     // gets " (2)", " (3)", ... before the extension. Returns the full path written.
     virtual QString save(const QString& folder = QString()) = 0;
+    // The recipient's "Speichern unter": a saved document is then named "<template> - <name>"
+    // (characters a file name cannot hold replaced); without one, after the template alone.
+    void setRecipientName(const QString& name) { m_recipientName = name; }
+    // The name a save gives the document, before the extension and any " (2)".
+    QString documentBaseName() const
+    {
+        const QString base = templatePath().isEmpty() ? QStringLiteral("Dokument")
+                                                      : templateBaseName(templatePath());
+        const QString recipient = m_recipientName.trimmed();
+        return recipient.isEmpty() ? base : base + QStringLiteral(" - ") + recipient;
+    }
     // Path of the last save; empty before the first.
     virtual QString savedPath() const = 0;
     // True when the document changed since it was created or last saved.
@@ -57,4 +68,16 @@ public:
     // except isClosed() raises ObjectDeleted.
     virtual void close(bool saveChanges) = 0;
     virtual bool isClosed() const = 0;
+
+private:
+    // The file name without folder and last extension; both "/" and "\\" separate folders.
+    static QString templateBaseName(const QString& path)
+    {
+        QString name = path.mid(
+            qMax(path.lastIndexOf(QLatin1Char('/')), path.lastIndexOf(QLatin1Char('\\'))) + 1);
+        const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+        return dot > 0 ? name.left(dot) : name;
+    }
+
+    QString m_recipientName;
 };

@@ -22,12 +22,12 @@ QString entryOf(const QString& templatePath,
 
 QString sampleLetterTemplatePath()
 {
-    return QDir::toNativeSeparators(AppInfo::programFolder() + QStringLiteral("/Bsp-Brief.dotx"));
+    return QDir::toNativeSeparators(AppInfo::dataFolder() + QStringLiteral("/Bsp-Brief.dotx"));
 }
 
 QString sampleFaxTemplatePath()
 {
-    return QDir::toNativeSeparators(AppInfo::programFolder() + QStringLiteral("/Bsp-FAX.dotx"));
+    return QDir::toNativeSeparators(AppInfo::dataFolder() + QStringLiteral("/Bsp-FAX.dotx"));
 }
 
 void SetDefaultFieldAssignments(FieldAssignmentList& list, QString& specialFieldsString)

@@ -1,6 +1,7 @@
 #include "document/FieldAssignments.h"
 
 #include "contacts/ClsFieldsString.h"
+#include "contacts/ContactFieldCatalogue.h"
 #include "document/FailureLog.h"
 #include "document/FieldAssignmentList.h"
 #include "util/ErrorRoutine.h"
@@ -121,7 +122,13 @@ QString ResolveFieldText(const ContactFieldResolver& item, const QString& field,
     } else if (suffix == QLatin1String(" (SF)")) {
         if (const std::optional<QString> value = specialFieldValue(specialFieldsString, baseName))
             return *value;
-        // A special field the user deleted: an Outlook field of that name, if any.
+        // A special field the user deleted: an Outlook field of that name, if any; otherwise
+        // nothing, so that no "UNKNOWN: " line ends up in a letter.
+        if (!ContactFieldCatalogue::find(baseName)) {
+            VuLog(LogLevel::Info,
+                  QStringLiteral("Sonderfeld '%1' ist nicht mehr eingetragen").arg(baseName));
+            return QString();
+        }
         fieldType = FieldType::Outlook;
     } else if (suffix == QLatin1String(" (EF)")) {
         return builtInField(baseName, today);

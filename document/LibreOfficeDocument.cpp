@@ -5,6 +5,7 @@
 #include "document/LibreOfficeDocxRepair.h"
 #include "document/LibreOfficeText.h"
 #include "document/UniqueFileWriter.h"
+#include "util/SystemErrorText.h"
 #include "util/ZwError.h"
 
 #include <QCollator>
@@ -313,11 +314,10 @@ QString LibreOfficeDocument::save(const QString& folder)
     if (!written.open(QIODevice::ReadOnly))
         throw ZwError(DocumentError::SaveFailed,
                       QStringLiteral("Das von LibreOffice gespeicherte Dokument fehlt: %1")
-                          .arg(written.errorString()),
+                          .arg(VuFileErrorText(written)),
                       QStringLiteral("LibreOffice Writer"));
-    const QString base = m_templatePath.isEmpty() ? QStringLiteral("Dokument")
-                                                  : QFileInfo(m_templatePath).completeBaseName();
-    m_savedPath = UniqueFileWriter::write(target, base, extension, written.readAll(), true);
+    m_savedPath =
+        UniqueFileWriter::write(target, documentBaseName(), extension, written.readAll(), true);
     m_dirty = false;
     return m_savedPath;
 }

@@ -306,10 +306,8 @@ QString OoxmlDocument::save(const QString& folder)
         if (m_session->outputFolderIsDefault)
             QDir().mkpath(target);
     }
-    const QString base = m_templatePath.isEmpty() ? QStringLiteral("Dokument")
-                                                  : QFileInfo(m_templatePath).completeBaseName();
-    m_savedPath = UniqueFileWriter::write(target, base, QStringLiteral(".docx"), package(),
-                                          m_session->syncToDisk);
+    m_savedPath = UniqueFileWriter::write(target, documentBaseName(), QStringLiteral(".docx"),
+                                          package(), m_session->syncToDisk);
     m_dirty = false;
     return m_savedPath;
 }

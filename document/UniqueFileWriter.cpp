@@ -1,6 +1,7 @@
 #include "document/UniqueFileWriter.h"
 
 #include "document/DocumentErrors.h"
+#include "util/SystemErrorText.h"
 #include "util/ZwError.h"
 
 #include <QDir>
@@ -31,9 +32,7 @@ QString reasonFor(int error)
     case EROFS:
         return QStringLiteral("Der Datenträger ist schreibgeschützt.");
     default:
-        return QStringLiteral("Systemfehler %1 (%2).")
-            .arg(error)
-            .arg(QString::fromLocal8Bit(std::strerror(error)));
+        return VuSystemErrorText(error) + QLatin1Char('.');
     }
 }
 

@@ -1,6 +1,7 @@
 #include "util/AppInfo.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFileInfo>
 
 namespace AppInfo
@@ -42,6 +43,22 @@ QString programPath()
 QString programFolder()
 {
     return QFileInfo(programPath()).absolutePath();
+}
+
+QString dataFolder()
+{
+    const QString program = programFolder();
+    const QDir beside(program);
+    if (beside.exists(QStringLiteral("Bsp-Brief.dotx")) ||
+        beside.exists(title() + QStringLiteral(".html")))
+        return program;
+#ifdef ZW_DATA_RELATIVE
+    // Installed: the data folder lies where the install put it relative to the program.
+    const QString installed = QDir::cleanPath(beside.filePath(QStringLiteral(ZW_DATA_RELATIVE)));
+    if (QFileInfo(installed).isDir())
+        return installed;
+#endif
+    return program;
 }
 
 } // namespace AppInfo

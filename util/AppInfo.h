@@ -12,8 +12,12 @@ QString versionText();
 int versionMajor();
 int versionMinor();
 int versionRevision();
-// Folder of the running program; files shipped with it lie here.
+// Folder of the running program.
 QString programFolder();
+// Folder of the files shipped with the program (help page, sample templates, sample
+// contacts): the program's own folder in the build tree, <prefix>/share/zettelwerk once
+// installed.
+QString dataFolder();
 // Absolute path of the running program file.
 QString programPath();
 } // namespace AppInfo

@@ -114,11 +114,13 @@ bool sameValue(const RegistryValue& a, const RegistryValue& b)
 
 QString corruptText(const QString& path, const RegeditFormat::ParseResult& fault)
 {
-    return QStringLiteral("Die Registry-Datei '%1' ist beschädigt (Zeile %2: %3).")
-        .arg(QDir::toNativeSeparators(path))
-        .arg(fault.line)
-        .arg(fault.reason);
+    const QString where = fault.line > 0 ? QStringLiteral("Zeile %1: ").arg(fault.line) : QString();
+    return QStringLiteral("Die Registry-Datei '%1' ist beschädigt (%2%3).")
+        .arg(QDir::toNativeSeparators(path), where, fault.reason);
 }
+
+// A settings file is a few kilobytes; one beyond this is not read into memory.
+constexpr qint64 kMaxFileSize = 64 * 1024 * 1024;
 
 QMap<QString, QString> readOsRelease(const QString& preferred)
 {
@@ -200,6 +202,35 @@ bool acquireLock(QLockFile& lock, const QString& lockPath, int timeoutMs)
     }
 }
 
+// Removes what writers killed mid-save left: QSaveFile's temporary "<file>." + six letters
+// or digits, and the locks that guard removing a stale lock ("<file>.lock.rmlock") when their
+// process is gone. Called under the writers' lock, when no living writer can own a
+// temporary file.
+void removeLeftovers(const QString& path)
+{
+    // Removing a stale ".rmlock" is guarded by a ".rmlock.rmlock" in turn: innermost first.
+    for (const char* guard : {".lock.rmlock.rmlock", ".lock.rmlock"}) {
+        const QString guardPath = path + QLatin1String(guard);
+        if (QFileInfo::exists(guardPath)) {
+            QLockFile rmlock(guardPath);
+            if (rmlock.tryLock(0)) // takes it over only when its owner is gone
+                rmlock.unlock();
+        }
+    }
+
+    const QFileInfo info(path);
+    const QString prefix = info.fileName() + u'.';
+    const QDir dir = info.absoluteDir();
+    const QStringList names =
+        dir.entryList({prefix + QStringLiteral("??????")}, QDir::Files | QDir::Hidden);
+    for (const QString& name : names) {
+        const QStringView tail = QStringView(name).sliced(prefix.size());
+        if (std::all_of(tail.begin(), tail.end(),
+                        [](QChar c) { return c.unicode() < 0x80 && c.isLetterOrNumber(); }))
+            QFile::remove(dir.filePath(name));
+    }
+}
+
 // Runs the reports collected during a call once the call is done, so that no lock is
 // held while a message box is open.
 struct ReportFlush {
@@ -227,6 +258,12 @@ FileRegistryBackend::FileRegistryBackend(const QString& userFolder, const QStrin
 }
 
 FileRegistryBackend::~FileRegistryBackend() = default;
+
+void FileRegistryBackend::makeReadOnly()
+{
+    for (auto& [root, store] : m_stores)
+        store.readOnly = true;
+}
 
 QString FileRegistryBackend::defaultUserFolder()
 {
@@ -333,34 +370,48 @@ long FileRegistryBackend::load(Store& store, bool locked)
     // Open first and ask afterwards: QFile::exists() reports a file that is being replaced
     // by a rename as missing (the old inode has no links left for a moment), which would
     // make a reader see an empty store while another copy saves.
-    QFile file(store.path);
-    if (!file.open(QIODevice::ReadOnly)) {
-        if (identityOf(store.path).exists) {
-            store.loaded = false;
-            return Reg::AccessDenied;
-        }
-        store.identity = FileIdentity();
-        addStandardKeys(store);
-        return Reg::Success;
-    }
-    // The identity of what is read, not of what lies there a moment later.
+    RegeditFormat::ParseResult fault;
     FileIdentity id;
+    auto identityFrom = [](const struct stat& st) {
+        return FileIdentity{true, quint64(st.st_ino), qint64(st.st_size),
+                            qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
+    };
     struct stat st {
     };
-    if (::fstat(file.handle(), &st) == 0)
-        id = FileIdentity{true, quint64(st.st_ino), qint64(st.st_size),
-                          qint64(st.st_mtim.tv_sec) * 1000000000 + st.st_mtim.tv_nsec};
-    const QByteArray content = file.readAll();
-    file.close();
-    store.identity = id;
-
-    RegistryNode tree;
-    const RegeditFormat::ParseResult fault = RegeditFormat::parse(content, store.rootName, tree);
-    if (fault.ok) {
-        store.tree = std::move(tree);
-        addStandardKeys(store);
-        return Reg::Success;
+    if (::stat(QFile::encodeName(store.path).constData(), &st) == 0 && !S_ISREG(st.st_mode)) {
+        // Never opened: a pipe would block the program, a device fill its memory.
+        id = identityFrom(st);
+        fault = {false, 0, QStringLiteral("keine gewöhnliche Datei")};
+    } else {
+        QFile file(store.path);
+        if (!file.open(QIODevice::ReadOnly)) {
+            if (identityOf(store.path).exists) {
+                store.loaded = false;
+                return Reg::AccessDenied;
+            }
+            store.identity = FileIdentity();
+            addStandardKeys(store);
+            return Reg::Success;
+        }
+        // The identity of what is read, not of what lies there a moment later.
+        if (::fstat(file.handle(), &st) == 0)
+            id = identityFrom(st);
+        if (id.size > kMaxFileSize) {
+            fault = {false, 0,
+                     QStringLiteral("größer als %1 MB").arg(kMaxFileSize / (1024 * 1024))};
+        } else {
+            const QByteArray content = file.readAll();
+            RegistryNode tree;
+            fault = RegeditFormat::parse(content, store.rootName, tree);
+            if (fault.ok) {
+                store.identity = id;
+                store.tree = std::move(tree);
+                addStandardKeys(store);
+                return Reg::Success;
+            }
+        }
     }
+    store.identity = id;
 
     if (!store.readOnly && !locked) {
         // Moving it aside happens under the writers' lock, so that two copies that find
@@ -428,6 +479,7 @@ long FileRegistryBackend::modify(Store& store, const QStringList& path,
     if (!changed)
         return Reg::Success;
 
+    removeLeftovers(store.path);
     QSaveFile out(store.path);
     if (!out.open(QIODevice::WriteOnly)) {
         store.loaded = false;
@@ -536,6 +588,9 @@ long FileRegistryBackend::createKey(HKey key, const QString& subKey, quint32 acc
         return Reg::AccessDenied;
     if (const long status = splitPath(subKey, parts))
         return status;
+    // Deeper keys would make a file that every reader refuses.
+    if (base.path.size() + parts.size() > RegeditFormat::kMaxDepth)
+        return Reg::InvalidParameter;
     Store& store = *storeOf(base.root);
 
     QStringList spelled = base.path;
@@ -649,6 +704,9 @@ long FileRegistryBackend::setValue(HKey key, const QString& valueName, quint32 t
     case Reg::TypeSz:
     case Reg::TypeExpandSz:
         value.data.text = size == 0 ? QString() : data.text.left(qsizetype(size) - 1);
+        // A lone surrogate has no UTF-8 form: it could not be read back as it was set.
+        if (!QStringView(value.data.text).isValidUtf16())
+            return Reg::InvalidParameter;
         break;
     case Reg::TypeDword:
         if (size != 4)

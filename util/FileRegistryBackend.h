@@ -30,7 +30,9 @@ using RegistryReporter = std::function<void(const QString& germanText)>;
 // Access rights are checked as Windows checks them, per call on the handle's rights:
 // querying needs Reg::QueryValue, setting and deleting values Reg::SetValue, creating
 // sub-keys Reg::CreateSubKey, enumerating Reg::EnumerateSubKeys; otherwise 5. Names
-// holding control characters are refused with 87 (they would break the file's lines).
+// holding control characters are refused with 87 (they would break the file's lines), and so
+// are keys deeper than 512 levels and texts that are no valid UTF-16 (a lone surrogate).
+// Every other text reads back exactly as set, U+0000 included.
 //
 // Writes never lose data, also with several running copies: each one takes a lock file
 // (QLockFile, "<file>.lock"), reads the file afresh, applies its one change and writes the
@@ -42,6 +44,9 @@ using RegistryReporter = std::function<void(const QString& germanText)>;
 // Reads see what other processes wrote: before each call the file's identity (inode, size,
 // modification time; every write renames a new file into place) is compared with the one
 // read last, and a changed file is read again.
+//
+// Leftovers of a writer killed mid-save (QSaveFile's "<file>.XXXXXX", a "<file>.lock.rmlock"
+// whose process is gone) are removed by the next writer, under the lock.
 //
 // A file that cannot be parsed is never written over: it is renamed beside as
 // "<file>.defekt-yyyyMMdd-HHmmss", reported once through the reporter, and the store goes on
@@ -78,6 +83,10 @@ public:
     void setOsReleaseFile(const QString& path) { m_osRelease = path; }
     // How long a writer waits for another one's lock before giving up with 33.
     void setLockTimeout(int milliseconds) { m_lockTimeoutMs = milliseconds; }
+    // For a program that only reads the settings (the command line): every root behaves as
+    // the machine file does. Writes give 5, and a damaged file is reported but left where it
+    // lies, for the program to move aside on its next start.
+    void makeReadOnly();
 
     long openKey(HKey key, const QString& subKey, quint32 access, HKey& result) override;
     long createKey(HKey key, const QString& subKey, quint32 access, HKey& result,

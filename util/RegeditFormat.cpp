@@ -16,6 +16,20 @@ QString foldName(const QString& name)
 }
 } // namespace
 
+RegistryNode::~RegistryNode()
+{
+    // Children are taken apart level by level on the heap: the nodes left to destroy
+    // implicitly have no children of their own.
+    std::vector<RegistryNode> pending = std::move(children);
+    while (!pending.empty()) {
+        RegistryNode last = std::move(pending.back());
+        pending.pop_back();
+        for (RegistryNode& grandChild : last.children)
+            pending.push_back(std::move(grandChild));
+        last.children.clear();
+    }
+}
+
 RegistryNode* RegistryNode::child(const QString& childName)
 {
     const QString folded = foldName(childName);
@@ -121,16 +135,18 @@ bool readHexBytes(const QString& list, QByteArray& out)
     return true;
 }
 
+// The data of a string value without its terminating zero. A zero inside the text is part
+// of it, as RegQueryValueEx hands it over: a value holding U+0000 reads back whole.
 QString textFromBytes(const QByteArray& bytes, bool utf16)
 {
     if (utf16) {
         QString s = QString::fromUtf16(reinterpret_cast<const char16_t*>(bytes.constData()),
                                        bytes.size() / 2);
-        const qsizetype zero = s.indexOf(QChar(0));
-        return zero < 0 ? s : s.left(zero);
+        if (s.endsWith(QChar(0)))
+            s.chop(1);
+        return s;
     }
-    const qsizetype zero = bytes.indexOf('\0');
-    return decodeFile(zero < 0 ? bytes : bytes.left(zero));
+    return decodeFile(bytes.endsWith('\0') ? bytes.first(bytes.size() - 1) : bytes);
 }
 
 // Parses the data part of a value line (after "=").
@@ -286,6 +302,10 @@ ParseResult parse(const QByteArray& content, const QString& rootName, RegistryNo
             const bool remove = full.startsWith(u'-');
             if (remove)
                 full.remove(0, 1);
+            // Counted before splitting: a line of a million levels is refused cheaply.
+            if (full.count(u'\\') > kMaxDepth)
+                return fail(lineNo,
+                            QStringLiteral("Schlüssel tiefer als %1 Ebenen").arg(kMaxDepth));
             QStringList path;
             if (!pathBelowRoot(full, rootName, path))
                 return fail(lineNo, QStringLiteral("Schlüssel nicht unter %1").arg(rootName));
@@ -398,24 +418,30 @@ QString valueLine(const RegistryValue& v)
     }
 }
 
-void writeNode(const RegistryNode& node, const QString& fullName, bool isRoot, QString& out)
-{
-    if (!isRoot || !node.values.isEmpty()) {
-        out += u'[' + fullName + QStringLiteral("]\n");
-        for (const RegistryValue& v : node.values)
-            out += valueLine(v) + u'\n';
-        out += u'\n';
-    }
-    for (const RegistryNode& child : node.children)
-        writeNode(child, fullName + u'\\' + child.name, false, out);
-}
-
 } // namespace
 
 QByteArray serialize(const RegistryNode& tree, const QString& rootName)
 {
     QString out = kHeader4 + QStringLiteral("\n\n");
-    writeNode(tree, rootName, true, out);
+    // Depth first in file order, with the keys still to write on an explicit stack.
+    struct Pending {
+        const RegistryNode* node;
+        QString fullName;
+    };
+    std::vector<Pending> stack{{&tree, rootName}};
+    while (!stack.empty()) {
+        const Pending p = std::move(stack.back());
+        stack.pop_back();
+        if (p.node != &tree || !p.node->values.isEmpty()) {
+            out += u'[' + p.fullName + QStringLiteral("]\n");
+            for (const RegistryValue& v : p.node->values)
+                out += valueLine(v) + u'\n';
+            out += u'\n';
+        }
+        const auto& kids = p.node->children;
+        for (auto it = kids.rbegin(); it != kids.rend(); ++it)
+            stack.push_back({&*it, p.fullName + u'\\' + it->name});
+    }
     return out.toUtf8();
 }
 

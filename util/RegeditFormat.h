@@ -17,10 +17,20 @@ struct RegistryValue {
 // One key with its values (in the order they were first set) and its sub-keys (sorted as
 // the registry lists them: by upper-case name). Names compare without regard to case; the
 // spelling of the first writer is kept.
+//
+// Tearing a tree down and writing it out never recurse: the stack would run out long before
+// the heap, so no depth a tree reaches can crash the program.
 struct RegistryNode {
     QString name;
     QList<RegistryValue> values;
     std::vector<RegistryNode> children;
+
+    RegistryNode() = default;
+    RegistryNode(const RegistryNode&) = delete; // a copy would recurse
+    RegistryNode(RegistryNode&&) noexcept = default;
+    RegistryNode& operator=(const RegistryNode&) = delete;
+    RegistryNode& operator=(RegistryNode&&) noexcept = default;
+    ~RegistryNode();
 
     RegistryNode* child(const QString& childName);
     const RegistryNode* child(const QString& childName) const;
@@ -45,6 +55,9 @@ struct RegistryNode {
 namespace RegeditFormat
 {
 
+// Windows allows keys 512 levels below the root; a file with deeper keys is damaged.
+inline constexpr int kMaxDepth = 512;
+
 struct ParseResult {
     bool ok = true;
     int line = 0;   // 1-based line of the fault
@@ -52,7 +65,7 @@ struct ParseResult {
 };
 
 // Parses the text of one root's file into `tree` (which it clears first). Every key must lie
-// below `rootName`. An empty file is an empty store.
+// below `rootName` and at most kMaxDepth levels deep. An empty file is an empty store.
 ParseResult parse(const QByteArray& content, const QString& rootName, RegistryNode& tree);
 
 // The file text of `tree`: every key in order, each followed by a blank line. The root

@@ -1,7 +1,6 @@
 #include "app/dialogs/FrmInfo.h"
 
 #include "util/AppInfo.h"
-#include "util/ClsRegistry.h"
 #include "util/SystemNames.h"
 
 #include <QDialogButtonBox>
@@ -16,13 +15,11 @@ namespace
 
 QString systemText()
 {
-    QString system, version, build, servicePack, description, user, organisation;
-    ClsRegistry reg;
-    QString os;
-    if (reg.GetWindowsInfo(system, version, build, servicePack, description, user, organisation))
-        os = description.isEmpty() ? system + QStringLiteral(" ") + version : description;
-    if (os.trimmed().isEmpty())
-        os = QSysInfo::prettyProductName();
+    // The registry's Windows description names Windows NT and a build on every system; here
+    // the system describes itself.
+    const QString os = QSysInfo::prettyProductName() + QStringLiteral(" (") +
+                       QSysInfo::kernelType() + QLatin1Char(' ') + QSysInfo::kernelVersion() +
+                       QLatin1Char(')');
     return QStringLiteral("System: %1\nComputer: %2\nBenutzer: %3\nQt: %4")
         .arg(os, VuGetComputerName(), VuGetLoginName(), QString::fromLatin1(qVersion()));
 }

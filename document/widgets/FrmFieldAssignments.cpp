@@ -1,6 +1,7 @@
 #include "document/widgets/FrmFieldAssignments.h"
 
 #include "document/ClsWord.h"
+#include "document/DocumentErrors.h"
 #include "document/FieldAssignmentDefaults.h"
 #include "document/FieldAssignmentList.h"
 #include "document/FieldAssignments.h"
@@ -448,6 +449,15 @@ void FrmFieldAssignments::cmdAddDotFile_Click()
             return;
         }
         const QString path = QDir::toNativeSeparators(chosen);
+        // "|" separates the bookmarks in the stored entry: such a path would break it.
+        if (path.contains(QLatin1Char('|'))) {
+            msgBox(QStringLiteral("Der Pfad der Vorlagendatei '") + path +
+                       QStringLiteral("' enthält das Zeichen '|' und kann nicht verwendet "
+                                      "werden!") +
+                       kCrLf + QStringLiteral("Benennen Sie die Datei oder den Ordner um."),
+                   Mb::OkOnly + Mb::Exclamation);
+            return;
+        }
         // A template already in the list is not added twice; its line is chosen instead.
         if (m_list.contains(path)) {
             const QList<QListWidgetItem*> lines =
@@ -573,7 +583,17 @@ void FrmFieldAssignments::cmdGetDocBookmarks_Click()
         const WordDocument document =
             m_word.CreateDocument(m_currentDotFile, chkWordVisible->isChecked(), true);
         if (!document) {
-            refuse(m_word.lastErrorDescription());
+            // A damaged template is named as such; any other failure says its reason.
+            if (m_word.lastErrorNumber() == DocumentError::BadTemplate) {
+                setStatus(QStringLiteral("Bereit"));
+                ui().beep();
+                msgBox(QStringLiteral("Die Vorlagendatei '") + m_currentDotFile +
+                           QStringLiteral("' ist beschädigt und kann nicht verwendet werden!") +
+                           kCrLf + kCrLf + m_word.lastErrorDescription(),
+                       Mb::OkOnly + Mb::Critical);
+            } else {
+                refuse(m_word.lastErrorDescription());
+            }
             return;
         }
         setStatus(QStringLiteral("Textmarken auslesen..."));

@@ -7,6 +7,7 @@
 #include "document/widgets/ListIcons.h"
 #include "document/widgets/NameValueText.h"
 #include "util/ErrorRoutine.h"
+#include "util/SystemErrorText.h"
 #include "util/UserInterface.h"
 #include "util/widgets/ShowHelp.h"
 #include "util/widgets/TextBoxValidation.h"
@@ -440,7 +441,7 @@ QString FrmOptions::outputFolderProblem(const QString& folder)
     QTemporaryFile probe(QDir(folder).filePath(QStringLiteral(".zettelwerk-probe-XXXXXX")));
     if (!probe.open())
         return QStringLiteral("In den Ausgabeordner '") + shown +
-               QStringLiteral("' kann nicht geschrieben werden!") + kCrLf + probe.errorString() +
+               QStringLiteral("' kann nicht geschrieben werden!") + kCrLf + VuFileErrorText(probe) +
                advice;
     return QString();
 }

@@ -372,7 +372,7 @@ private Q_SLOTS:
         QCOMPARE(script.boxes().size(), 1);
         QCOMPARE(s->opened.size(), 1);
         QVERIFY(QFileInfo::exists(s->opened.first()));
-        QCOMPARE(w->statusText(), QStringLiteral("Bereit"));
+        QCOMPARE(w->statusText(), QStringLiteral("Dokument gespeichert: ") + s->opened.first());
     }
 };
 

@@ -8,6 +8,7 @@
 #include <QDirIterator>
 #include <QTest>
 #include <memory>
+#include <sys/stat.h>
 
 using namespace CliRunner;
 
@@ -266,6 +267,25 @@ private Q_SLOTS:
         QCOMPARE(sha1(stored.first()), settingsBefore);
     }
 
+    // A damaged settings file (here: a key nested a million levels) is reported; the run goes
+    // on with the defaults and leaves the file for the program to move aside.
+    void damagedSettingsAreReportedAndLeftAlone()
+    {
+        const QString file = writeFile(
+            m_env->configHome() + QStringLiteral("/KVAR/registry/HKEY_CURRENT_USER.reg"),
+            "REGEDIT4\n\n[HKEY_CURRENT_USER" + QByteArray("\\k").repeated(1000000) + "]\n");
+        const QByteArray before = sha1(file);
+        const Result r =
+            run({"--kontakt", m_vcf, "--vorlage", letter(), "--ausgabe", m_out, "--felder"});
+        QCOMPARE(r.exitCode, 0);
+        QVERIFY2(r.err.contains(QStringLiteral("ist beschädigt (Zeile 3: Schlüssel tiefer als 512 "
+                                               "Ebenen).\nSie bleibt unverändert")),
+                 qPrintable(r.err));
+        QVERIFY(r.out.contains(QStringLiteral("Firma (OF)\tMuster GmbH")));
+        QCOMPARE(filesBelow(m_env->configHome()), QStringList{file});
+        QCOMPARE(sha1(file), before);
+    }
+
     void defaultOutputFolderIsTheDocumentsFolder()
     {
         const Result r = run({"--kontakt", m_vcf, "--vorlage", letter()});
@@ -300,6 +320,10 @@ private Q_SLOTS:
             << QStringList{"--ordner", k, "--nachname", "Max"} << 2
             << "Die Suche nach 'Max' im Ordner 'Root\\Persönliche Ordner\\Kontakte' ergab keinen "
                "Treffer.";
+        QTest::newRow("a quote in the name is searched, not a missing folder")
+            << QStringList{"--ordner", k, "--nachname", "O'Brien"} << 2
+            << "Die Suche nach 'O'Brien' im Ordner 'Root\\Persönliche Ordner\\Kontakte' ergab "
+               "keinen Treffer.";
         QTest::newRow("hit number beyond the hits")
             << QStringList{"--ordner", k, "--nachname", "Müller", "--nummer", "3"} << 2
             << "ergab nur 2 Treffer; Nummer 3 gibt es nicht.";
@@ -447,6 +471,15 @@ private Q_SLOTS:
         QTest::newRow("file without a card")
             << QStringList{"--kontakt", "%D/notiz.vcf", "--vorlage", "%B"} << QStringList() << 2
             << "Die Datei '%D/notiz.vcf' enthält keinen lesbaren Kontakt.";
+        QTest::newRow("contact file is a device")
+            << QStringList{"--kontakt", "/dev/zero", "--vorlage", "%B"} << QStringList() << 2
+            << "'/dev/zero' ist keine gewöhnliche Datei";
+        QTest::newRow("contact file is a pipe")
+            << QStringList{"--kontakt", "%D/pipe.vcf", "--vorlage", "%B"} << QStringList() << 2
+            << "'%D/pipe.vcf' ist keine gewöhnliche Datei";
+        QTest::newRow("contact file over 64 MB")
+            << QStringList{"--kontakt", "%D/riesig.vcf", "--vorlage", "%B"} << QStringList() << 2
+            << "Die Datei '%D/riesig.vcf' ist größer als 64 MB";
         QTest::newRow("group card")
             << QStringList{"--kontakt", "%D/gruppe.vcf", "--vorlage", "%B"} << QStringList() << 2
             << "Die Karte Nr. 1 in '%D/gruppe.vcf' ist kein Kontakt, sondern eine Verteilerliste.";
@@ -475,6 +508,9 @@ private Q_SLOTS:
             << QStringList{"--kontakt", "%V", "--vorlage", "%B"}
             << QStringList{"OutputFolder=%D/nirgends"} << 7
             << "Der Ausgabeordner '%D/nirgends' existiert nicht.";
+        QTest::newRow("output folder is a link to a file")
+            << QStringList{"--kontakt", "%V", "--vorlage", "%B", "--ausgabe", "%D/link"}
+            << QStringList() << 7 << "Der Ausgabeordner '%D/link' ist kein Ordner.";
         QTest::newRow("template that is no Word file")
             << QStringList{"--kontakt", "%V", "--vorlage", "%D/kaputt.dotx", "--ausgabe", "%O"}
             << QStringList{"DotCount=1", "Dot1=%D/kaputt.dotx|Briefanrede=Briefanrede+Name (ZF)"}
@@ -498,6 +534,11 @@ private Q_SLOTS:
                   "BEGIN:VCARD\r\nVERSION:4.0\r\nKIND:group\r\nFN:Team\r\nEND:VCARD\r\n");
         writeFile(dir + QStringLiteral("/kaputt.dotx"), "PK\x03\x04 abgeschnitten");
         QVERIFY(QFile::copy(letter(), dir + QStringLiteral("/kopie.dotx")));
+        QVERIFY(QFile::link(m_vcf, dir + QStringLiteral("/link")));
+        QCOMPARE(::mkfifo(QFile::encodeName(dir + QStringLiteral("/pipe.vcf")).constData(), 0600),
+                 0);
+        QFile huge(dir + QStringLiteral("/riesig.vcf"));
+        QVERIFY(huge.open(QIODevice::WriteOnly) && huge.resize((64LL << 20) + 1));
         const auto expand = [&](QString s) {
             return s.replace(QLatin1String("%V"), m_vcf)
                 .replace(QLatin1String("%B"), letter())

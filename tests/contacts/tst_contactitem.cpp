@@ -245,6 +245,52 @@ private slots:
         QCOMPARE(item.value(u"OtherAddressStreet").toString(), other);
     }
 
+    // ADR's second component is Outlook's office only on a card that comes from Outlook;
+    // everywhere else it is a first street line ("c/o ...").
+    void officeOnlyOnOutlookCards_data()
+    {
+        QTest::addColumn<QByteArray>("version");
+        QTest::addColumn<QByteArray>("lines");
+        QTest::addColumn<QString>("street");
+        QTest::addColumn<QString>("office");
+
+        const QByteArray adr3 = "ADR;TYPE=WORK:;c/o Meier;Hauptstr. 1;;;;\r\n";
+        QTest::newRow("3.0 without PRODID, basic REV: c/o line")
+            << QByteArray("3.0") << "REV:20121012T210525Z\r\n" + adr3 << "c/o Meier\nHauptstr. 1"
+            << "";
+        QTest::newRow("4.0 with an X-MS- line: never Outlook")
+            << QByteArray("4.0") << "X-MS-OL-DESIGN:x\r\n" + adr3 << "c/o Meier\nHauptstr. 1"
+            << "";
+        QTest::newRow("3.0 PRODID naming Outlook: office")
+            << QByteArray("3.0")
+            << "PRODID:-//Microsoft Corporation//Outlook 16.0 MIMEDIR//EN\r\n" + adr3
+            << "Hauptstr. 1"
+            << "c/o Meier";
+        QTest::newRow("3.0 X-MS- line: office")
+            << QByteArray("3.0") << "X-MS-OL-DEFAULT-POSTAL-ADDRESS:2\r\n" + adr3 << "Hauptstr. 1"
+            << "c/o Meier";
+        QTest::newRow("3.0 with basic REV and Outlook's LABEL (written back): office")
+            << QByteArray("3.0")
+            << "REV:20121012T210525Z\r\nLABEL;TYPE=WORK:c/o Meier\\nHauptstr. 1\r\n" + adr3
+            << "Hauptstr. 1"
+            << "c/o Meier";
+        QTest::newRow("2.1 with Outlook 2003's signs: office")
+            << QByteArray("2.1")
+            << QByteArray("REV:20121012T210525Z\r\nADR;WORK:;Raum 4;Hauptstr. 1;;;;\r\n")
+            << "Hauptstr. 1"
+            << "Raum 4";
+    }
+    void officeOnlyOnOutlookCards()
+    {
+        QFETCH(QByteArray, version);
+        QFETCH(QByteArray, lines);
+        QFETCH(QString, street);
+        QFETCH(QString, office);
+        const ContactItem item = itemFrom(lines, version.constData());
+        QCOMPARE(item.value(u"BusinessAddressStreet").toString(), street);
+        QCOMPARE(item.value(u"OfficeLocation").toString(), office);
+    }
+
     void telephoneClassification_data()
     {
         QTest::addColumn<QByteArray>("lines");

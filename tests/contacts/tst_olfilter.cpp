@@ -90,6 +90,12 @@ private slots:
         row("blanks and line breaks between tokens", "  [LastName]\t=\r\n'Müller'  ", true);
         row("keyword needs a word boundary before a name", "[FirstName] = 'Max' or[LastName] = 'x'",
             true);
+        // Long chains and the deepest nesting allowed neither exhaust the stack nor fail.
+        QTest::newRow("chain of 200,000 and")
+            << QStringLiteral("[LastName] = 'Müller' and ").repeated(200000) + "[FirstName] = 'Max'"
+            << true;
+        QTest::newRow("99 parentheses and a not: 100 levels")
+            << QString(99, u'(') + "not [LastName] = 'x'" + QString(99, u')') << true;
     }
 
     void evaluates()
@@ -135,6 +141,11 @@ private slots:
             "\"and\", \"or\" oder Ende der Bedingung erwartet", 18);
         row("date property with a non-date", "[Birthday] = 'gestern'", "\"gestern\" ist kein Datum",
             14);
+        QTest::newRow("a million parentheses")
+            << QString(1000000, u'(') + "[LastName] = 'x'" + QString(1000000, u')')
+            << "mehr als 100 Klammern oder \"not\" ineinander" << 102;
+        QTest::newRow("101 times not") << QStringLiteral("not ").repeated(101) + "[LastName] = 'x'"
+                                       << "mehr als 100 Klammern oder \"not\" ineinander" << 404;
     }
 
     void rejects()

@@ -478,6 +478,7 @@ private slots:
             "IPM.Appointment");
         row("text file", "brief.txt", "Sehr geehrte Damen und Herren", "IPM.Note");
         row("missing file", "", {}, "IPM.Note");
+        row("a device is never read", "/dev/zero", {}, "IPM.Note");
     }
 
     void inspector()
@@ -486,9 +487,12 @@ private slots:
         QFETCH(QByteArray, bytes);
         QFETCH(QString, messageClass);
         QFETCH(QString, lastName);
+        const bool given = fileName.startsWith(u'/');
         const QString path =
-            m_dir->path() + "/" + (fileName.isEmpty() ? QStringLiteral("fehlt.vcf") : fileName);
-        if (!fileName.isEmpty())
+            given ? fileName
+                  : m_dir->path() + "/" +
+                        (fileName.isEmpty() ? QStringLiteral("fehlt.vcf") : fileName);
+        if (!fileName.isEmpty() && !given)
             put(path, bytes);
         logon();
         QVERIFY(!m_app->ActiveInspector());

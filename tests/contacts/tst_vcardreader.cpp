@@ -6,7 +6,9 @@
 #include <QDir>
 #include <QFile>
 #include <QStringEncoder>
+#include <QTemporaryDir>
 #include <QTest>
+#include <sys/stat.h>
 
 namespace
 {
@@ -234,6 +236,57 @@ private slots:
         QCOMPARE(r.issues.size(), 1);
         QCOMPARE(r.issues.first().line, issueLine);
         QCOMPARE(r.issues.first().message, issueText);
+    }
+
+    // Only a regular file (or a link to one) within the size limit is read; anything else is
+    // refused at once, without waiting on a pipe or filling memory from a device.
+    void onlyRegularFilesAreRead_data()
+    {
+        QTest::addColumn<QString>("kind");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("device") << "/dev/zero"
+                                << "'/dev/zero' ist keine gewöhnliche Datei";
+        QTest::newRow("pipe") << "pipe"
+                              << "ist keine gewöhnliche Datei";
+        QTest::newRow("one byte over 64 MB") << "sparse"
+                                             << "ist größer als 64 MB";
+        QTest::newRow("link to a card file") << "link" << QString();
+    }
+    void onlyRegularFilesAreRead()
+    {
+        QFETCH(QString, kind);
+        QFETCH(QString, message);
+        QTemporaryDir dir;
+        QString path = dir.filePath(kind);
+        if (kind == u"pipe") {
+            QCOMPARE(::mkfifo(QFile::encodeName(path).constData(), 0600), 0);
+        } else if (kind == u"sparse") {
+            QFile f(path);
+            QVERIFY(f.open(QIODevice::WriteOnly) && f.resize(VCardReader::kMaxFileSize + 1));
+        } else if (kind == u"link") {
+            QFile f(dir.filePath("card.vcf"));
+            QVERIFY(f.open(QIODevice::WriteOnly));
+            f.write("BEGIN:VCARD\nFN:A\nEND:VCARD\n");
+            f.close();
+            QVERIFY(QFile::link(f.fileName(), path));
+        } else {
+            path = kind;
+        }
+        const VCardReader::Result r = VCardReader::readFile(path);
+        QCOMPARE(r.fileUnreadable, !message.isEmpty());
+        QCOMPARE(r.cards.size(), message.isEmpty() ? 1 : 0);
+        QCOMPARE(r.issues.size(), message.isEmpty() ? 0 : 1);
+        if (!message.isEmpty())
+            QVERIFY2(r.issues[0].message.contains(message), qPrintable(r.issues[0].message));
+    }
+
+    // A file of nothing but broken cards reports a bounded number of them.
+    void brokenCardsBeyondTheLimitAreCounted()
+    {
+        const VCardReader::Result r = VCardReader::read(QByteArray("BEGIN:VCARD\n").repeated(150));
+        QCOMPARE(r.issues.size(), VCardReader::kMaxIssuesPerFile + 1);
+        QCOMPARE(r.issues.last().message,
+                 QStringLiteral("50 weitere fehlerhafte Kontakte der Datei werden übersprungen."));
     }
 
     void base64IsKeptUndecoded()

@@ -141,12 +141,15 @@ private Q_SLOTS:
         row("special value keeps its own '='", "Formel (SF)", "a=b", "", true, "Formel=a=b");
         row("special entry without '=' has an empty value", "Leer (SF)", "", "", true, "Leer|X=1");
         row("first of two equal special names wins", "X (SF)", "1", "", true, "X=1|X=2");
-        row("deleted special field falls back to the Outlook field", "Von-Kurzzeichen (SF)",
-            "[Von-Kurzzeichen/0]", "Von-Kurzzeichen/0", true, "Von-Name=N");
-        row("special names compare case-sensitively", "von-name (SF)", "[von-name/0]",
-            "von-name/0");
-        row("special walk ends at an empty entry", "Von-Name (SF)", "[Von-Name/0]", "Von-Name/0",
-            true, "A=1||Von-Name=N");
+        row("deleted special field falls back to the Outlook field", "Firma (SF)", "[Firma/0]",
+            "Firma/0", true, "Von-Name=N");
+        row("deleted special field of no catalogue name is empty", "Von-Durchwahl (SF)", "", "",
+            true, "Von-Name=N");
+        row("special names compare case-sensitively", "von-name (SF)", "");
+        row("special walk ends at an empty entry", "Von-Name (SF)", "", "", true,
+            "A=1||Von-Name=N");
+        row("unknown Outlook field stays visible", "Von-Durchwahl (OF)", "[Von-Durchwahl/0]",
+            "Von-Durchwahl/0");
         row("deleted special field without a contact", "Von-Kurzzeichen (SF)", "", "", false, "");
         row("no contact: Outlook field is empty", "Firma (OF)", "", "", false);
         row("date dd.MM.yyyy", "Datum tt.mm.jjjj (EF)", "05.03.2001");

@@ -554,6 +554,45 @@ private Q_SLOTS:
         QCOMPARE(bookmarks()->topLevelItem(0)->text(0), QStringLiteral("AnAbteilung"));
     }
 
+    void pathWithSeparatorIsRefused()
+    {
+        // "|" separates the stored entry's parts: such a path would break its entry.
+        const int before = m_list.count();
+        open();
+        m_chosenFile = QStringLiteral("/tmp/Briefe|alt/Brief.dotx");
+        m_ui->answer(Mb::Ok);
+        ctl<QPushButton>("cmdAddDotFile")->click();
+        QCOMPARE(m_list.count(), before);
+        QCOMPARE(dotFiles()->count(), before);
+        QCOMPARE(m_ui->boxes().size(), 1);
+        QVERIFY(m_ui->boxes()[0].text.startsWith(
+            QStringLiteral("Der Pfad der Vorlagendatei '/tmp/Briefe|alt/Brief.dotx' enthält das "
+                           "Zeichen '|'")));
+        QCOMPARE(m_ui->boxes()[0].icon(), Mb::Exclamation);
+    }
+
+    void damagedTemplateIsNamedByReadBookmarks()
+    {
+        QTemporaryDir dir;
+        const QString broken = dir.filePath(QStringLiteral("Kaputt.dotx"));
+        QFile f(broken);
+        QVERIFY(f.open(QIODevice::WriteOnly));
+        f.write("PK\x03\x04 kein Zip");
+        f.close();
+        open();
+        m_chosenFile = broken;
+        ctl<QPushButton>("cmdAddDotFile")->click();
+        chooseTemplate(broken);
+        m_ui->answer(Mb::Ok);
+        ctl<QPushButton>("cmdGetDocBookmarks")->click();
+        QCOMPARE(m_ui->boxes().size(), 1);
+        QVERIFY2(m_ui->boxes()[0].text.startsWith(QStringLiteral("Die Vorlagendatei '") + broken +
+                                                  QStringLiteral("' ist beschädigt")),
+                 qPrintable(m_ui->boxes()[0].text));
+        QCOMPARE(m_ui->boxes()[0].icon(), Mb::Critical);
+        QCOMPARE(bookmarks()->topLevelItemCount(), 0);
+    }
+
     void wordVisibleWarning_data()
     {
         QTest::addColumn<int>("answer");

@@ -323,6 +323,31 @@ private Q_SLOTS:
         QCOMPARE(reg.GetOptString(QStringLiteral("Leer"), QStringLiteral("Vorgabe")), QString());
     }
 
+    // A text comes back exactly as set, control characters and U+0000 included.
+    void textsReadBackExactly_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::newRow("NUL inside") << QStringLiteral("a") + QChar(0) + QStringLiteral("b");
+        QTest::newRow("NUL at the end") << QStringLiteral("ab") + QChar(0);
+        QTest::newRow("only NUL") << QString(QChar(0));
+        QTest::newRow("line break, tab and umlaut") << QStringLiteral("Zeile 1\r\n\tMüller");
+    }
+    void textsReadBackExactly()
+    {
+        QFETCH(QString, text);
+        writeAppKey();
+        {
+            ClsRegistry reg(fileBackend());
+            reg.setKey(kAppKey);
+            QVERIFY(reg.SetString(QStringLiteral("Text"), text));
+        }
+        ClsRegistry reg(fileBackend());
+        reg.setKey(kAppKey);
+        QString out;
+        QVERIFY(reg.GetString(QStringLiteral("Text"), out));
+        QCOMPARE(out, text);
+    }
+
     void getOptString_data()
     {
         QTest::addColumn<QString>("key");

@@ -14,6 +14,7 @@
 #include <QTest>
 #include <QThread>
 #include <cstdio>
+#include <sys/stat.h>
 
 namespace
 {
@@ -192,6 +193,9 @@ private Q_SLOTS:
             head + "\"A\"=\"Gr\xfc\xdf"
                    "e\"\n",
             QStringLiteral("Grüße"));
+        row("a key 512 levels deep beside it",
+            head + "\"A\"=\"x\"\n[HKEY_CURRENT_USER" + QByteArray("\\k").repeated(512) + "]\n",
+            "x");
         row("version 5 header",
             "Windows Registry Editor Version 5.00\n[HKEY_CURRENT_USER\\Software\\KVAR\\Zettelwerk]"
             "\n\"A\"=\"5\"\n",
@@ -227,6 +231,9 @@ private Q_SLOTS:
                                              << "Zeile 2: Schlüssel nicht unter HKEY_CURRENT_USER";
         QTest::newRow("value before any key")
             << QByteArray("REGEDIT4\n\"A\"=\"1\"\n") << "Zeile 2: Wert ohne Schlüsselzeile";
+        QTest::newRow("key nested a million levels")
+            << "REGEDIT4\n\n[HKEY_CURRENT_USER" + QByteArray("\\k").repeated(1000000) + "]\n"
+            << "Zeile 3: Schlüssel tiefer als 512 Ebenen";
         QTest::newRow("binary garbage")
             << QByteArray("REGEDIT4\n\x01\x02\x03\n", 13) << "Zeile 2: unbekannte Zeile";
     }
@@ -287,6 +294,98 @@ private Q_SLOTS:
                                                  "[HKEY_CURRENT_USER\\Software]\n\n"));
     }
 
+    // A pipe is never opened (it would block), a huge file never read; both are damage.
+    void settingsFileThatIsNoRegularFile_data()
+    {
+        QTest::addColumn<bool>("pipe");
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("pipe") << true << "ist beschädigt (keine gewöhnliche Datei)";
+        QTest::newRow("one byte over 64 MB") << false << "ist beschädigt (größer als 64 MB)";
+    }
+    void settingsFileThatIsNoRegularFile()
+    {
+        QFETCH(bool, pipe);
+        QFETCH(QString, reason);
+        QDir().mkpath(folder());
+        if (pipe) {
+            QCOMPARE(::mkfifo(QFile::encodeName(userFile()).constData(), 0600), 0);
+        } else {
+            QFile f(userFile());
+            QVERIFY(f.open(QIODevice::WriteOnly) && f.resize((64LL << 20) + 1));
+        }
+        auto b = newBackend();
+        createAppKey(*b);
+        QCOMPARE(m_reports.size(), 1);
+        QVERIFY2(m_reports[0].contains(reason), qPrintable(m_reports[0]));
+        QCOMPARE(QDir(folder())
+                     .entryList({QStringLiteral("*.defekt-*")}, QDir::Files | QDir::System)
+                     .size(),
+                 1);
+        QVERIFY(QFileInfo(userFile()).isFile());
+    }
+
+    // The command line only reads: it reports a damaged file and leaves it for the program.
+    void readOnlyStoreLeavesADamagedFileWhereItLies()
+    {
+        const QByteArray broken = "REGEDIT4\n[HKEY_CURRENT_USER\\A]\n\"x\"=dword:zz\n";
+        writeFile(userFile(), broken);
+        auto b = newBackend();
+        b->makeReadOnly();
+        HKey key = 0;
+        QCOMPARE(b->openKey(Reg::CurrentUser, QStringLiteral("A"), Reg::Read, key),
+                 Reg::FileNotFound);
+        QCOMPARE(b->openKey(Reg::CurrentUser, QStringLiteral("Software"), Reg::AllSpecific, key),
+                 Reg::Success);
+        QCOMPARE(setText(*b, QStringLiteral("Software"), QStringLiteral("B"), QStringLiteral("1")),
+                 Reg::AccessDenied);
+        QCOMPARE(m_reports.size(), 1);
+        QVERIFY(m_reports[0].endsWith(
+            QStringLiteral("Sie bleibt unverändert; ihre Einstellungen werden nicht verwendet.")));
+        QCOMPARE(QDir(folder()).entryList(QDir::Files), QStringList{"HKEY_CURRENT_USER.reg"});
+        QCOMPARE(readAll(userFile()), broken);
+    }
+
+    // What a writer killed mid-save left is removed by the next one; nothing else is.
+    void nextWriterRemovesLeftovers()
+    {
+        auto b = newBackend();
+        createAppKey(*b);
+        const QStringList kept{"HKEY_CURRENT_USER.reg",
+                               "HKEY_CURRENT_USER.reg.defekt-20260101-120000",
+                               "HKEY_CURRENT_USER.reg.lock.rmlock", "HKEY_CURRENT_USER.reg.txt"};
+        for (const QString& name :
+             {kept[1], kept[3], QStringLiteral("HKEY_CURRENT_USER.reg.Ab12Cd")})
+            writeFile(folder() + u'/' + name, "x");
+        // The lock guarding stale-lock removal stays while its process lives ...
+        const QString rmlockPath = folder() + u'/' + kept[2];
+        QLockFile living(rmlockPath);
+        QVERIFY(living.tryLock());
+        QCOMPARE(setText(*b, kAppKey, QStringLiteral("A"), QStringLiteral("1")), Reg::Success);
+        QCOMPARE(QDir(folder()).entryList(QDir::Files), kept);
+
+        // ... and goes once its process is gone.
+        QByteArray info = readAll(rmlockPath);
+        living.unlock();
+        QProcess gone;
+        gone.start(QStringLiteral("true"));
+        QVERIFY(gone.waitForStarted());
+        const QByteArray deadPid = QByteArray::number(gone.processId());
+        QVERIFY(gone.waitForFinished());
+        writeFile(rmlockPath, info.replace(0, info.indexOf('\n'), deadPid));
+        QCOMPARE(setText(*b, kAppKey, QStringLiteral("A"), QStringLiteral("2")), Reg::Success);
+        QVERIFY(!QFileInfo::exists(rmlockPath));
+    }
+
+    // Freeing a tree never recurses, however deep it is.
+    void deepTreeIsFreedWithoutDeepStack()
+    {
+        auto tree = std::make_unique<RegistryNode>();
+        RegistryNode* node = tree.get();
+        for (int i = 0; i < 1000000; ++i)
+            node = &node->addChild(QStringLiteral("k"));
+        tree.reset();
+    }
+
     void namesCompareWithoutCase()
     {
         auto b = newBackend();
@@ -325,6 +424,8 @@ private Q_SLOTS:
         QTest::newRow("dword with a wrong size") << "dword size" << Reg::InvalidParameter;
         QTest::newRow("value name with a line break") << "name break" << Reg::InvalidParameter;
         QTest::newRow("key name with a line break") << "key break" << Reg::InvalidParameter;
+        QTest::newRow("key 513 levels deep") << "too deep" << Reg::InvalidParameter;
+        QTest::newRow("text with a lone surrogate") << "surrogate" << Reg::InvalidParameter;
     }
     void callsKeepTheirStatusCodes()
     {
@@ -367,7 +468,13 @@ private Q_SLOTS:
             got = b->setValue(key, QStringLiteral("A\nB"), Reg::TypeSz, d, 1);
         else if (call == u"key break")
             got = b->createKey(key, QStringLiteral("A\nB"), Reg::AllSpecific, other, nullptr);
-        else if (call == u"dword size")
+        else if (call == u"too deep") // below the three levels of the application key
+            got = b->createKey(key, QStringList(510, QStringLiteral("k")).join(u'\\'),
+                               Reg::AllSpecific, other, nullptr);
+        else if (call == u"surrogate") {
+            d.text = QStringLiteral("a") + QChar(0xD800);
+            got = b->setValue(key, QStringLiteral("A"), Reg::TypeSz, d, 3);
+        } else if (call == u"dword size")
             got = b->setValue(key, QStringLiteral("N"), Reg::TypeDword, d, 2);
         QCOMPARE(got, status);
     }

@@ -2,9 +2,11 @@
 
 #include "util/AppInfo.h"
 
+#include <QApplication>
 #include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QPointer>
+#include <QScreen>
 #include <QScrollBar>
 #include <QTextBrowser>
 #include <QToolButton>
@@ -81,7 +83,11 @@ void HelpWindow::showTopic(const QString& file, const QString& anchor)
     if (!anchor.isEmpty())
         url.setFragment(anchor);
     m_browser->setSource(url, QTextDocument::HtmlResource);
+    followModalDialog();
+    const bool firstShow = !isVisible();
     show();
+    if (firstShow)
+        placeOnScreen();
     raise();
     activateWindow();
     // Once shown the page is laid out, so the jump lands where it should.
@@ -89,4 +95,59 @@ void HelpWindow::showTopic(const QString& file, const QString& anchor)
         m_browser->verticalScrollBar()->setValue(0);
     else
         m_browser->scrollToAnchor(anchor);
+}
+
+void HelpWindow::followModalDialog()
+{
+    QWidget* modal = QApplication::activeModalWidget();
+    if (!modal || modal == this || parentWidget() == modal)
+        return;
+    const QRect frame = geometry();
+    const bool shown = isVisible();
+    setParent(modal, Qt::Window);
+    setGeometry(frame);
+    if (shown)
+        show();
+    modal->installEventFilter(this);
+}
+
+bool HelpWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (watched == parentWidget() && event->type() == QEvent::Hide) {
+        // The dialog closes: the help stays open on its own, not in the dialog's grave.
+        watched->removeEventFilter(this);
+        const QRect frame = geometry();
+        const bool shown = isVisible();
+        setParent(nullptr, Qt::Window);
+        setGeometry(frame);
+        if (shown)
+            show();
+    }
+    return QWidget::eventFilter(watched, event);
+}
+
+void HelpWindow::placeOnScreen()
+{
+    QWidget* anchor = QApplication::activeWindow();
+    QScreen* screen = anchor && anchor != this ? anchor->screen() : this->screen();
+    if (!screen)
+        return;
+    const QRect area = screen->availableGeometry();
+    QSize size = this->size().boundedTo(area.size() - QSize(40, 60));
+    resize(size);
+    QRect frame = frameGeometry();
+    if (anchor && anchor != this)
+        frame.moveCenter(anchor->frameGeometry().center());
+    else
+        frame.moveCenter(area.center());
+    // Pushed back inside the available area, the title bar first.
+    if (frame.right() > area.right())
+        frame.moveRight(area.right());
+    if (frame.bottom() > area.bottom())
+        frame.moveBottom(area.bottom());
+    if (frame.left() < area.left())
+        frame.moveLeft(area.left());
+    if (frame.top() < area.top())
+        frame.moveTop(area.top());
+    move(frame.topLeft());
 }

@@ -23,7 +23,16 @@ public:
 
     QTextBrowser* browser() const { return m_browser; }
 
+protected:
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    // A modal dialog blocks every window outside its own family: while one runs, the help
+    // window joins it (as a window of its own) and leaves again when the dialog closes.
+    void followModalDialog();
+    // Keeps the whole window on the screen it is shown on.
+    void placeOnScreen();
+
     explicit HelpWindow(QWidget* parent = nullptr);
 
     QTextBrowser* m_browser;

@@ -7,7 +7,19 @@
 
 int QtUserInterface::msgBox(const QString& text, int style, const QString& title)
 {
-    QMessageBox box(QApplication::activeWindow());
+    // Before the main window is up only the splash shows, and it stays on top: a box of
+    // its own would open beneath it. As the splash's child it opens above.
+    QWidget* parent = QApplication::activeWindow();
+    if (!parent) {
+        for (QWidget* w : QApplication::topLevelWidgets())
+            if (w->isVisible() && w->windowFlags().testFlag(Qt::WindowStaysOnTopHint)) {
+                parent = w;
+                break;
+            }
+    }
+    QMessageBox box(parent);
+    if (parent && parent->windowFlags().testFlag(Qt::WindowStaysOnTopHint))
+        box.setWindowFlag(Qt::WindowStaysOnTopHint);
     box.setWindowTitle(title.isEmpty() ? AppInfo::title() : title);
     // The logic composes its texts with CR LF; a box shows each as one line break.
     QString shown = text;

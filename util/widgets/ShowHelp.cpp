@@ -85,7 +85,7 @@ QString vuHelpFile()
         g_helpFile.isNull() ? AppInfo::title() + QStringLiteral(".html") : g_helpFile;
     if (name.isEmpty() || !QFileInfo(name).isRelative())
         return name;
-    return QDir(AppInfo::programFolder()).filePath(name);
+    return QDir(AppInfo::dataFolder()).filePath(name);
 }
 
 void vuSetHelpOpener(HelpOpener opener)

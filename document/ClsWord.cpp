@@ -167,7 +167,10 @@ void ClsWord::setOfficeTimeouts(int startMs, int callMs)
 
 void ClsWord::logFailure(const QString& line, const ZwError& cause)
 {
-    keepFailure(cause);
+    // The first failure since the document was begun is the cause; calls that fail after it
+    // only because there is no document must not hide it.
+    if (m_lastErrorNumber == 0)
+        keepFailure(cause);
     logDocumentFailure(line, cause);
 }
 

@@ -77,7 +77,7 @@ void FrmMain::cmdFinish_Click()
 
         // The word processor logs why a document could not be made or saved; the user
         // must hear of it, or the letter is silently missing.
-        if (!document || document->savedPath().isEmpty()) {
+        if (!document || (document->savedPath().isEmpty() && !document->isOpenForUser())) {
             ui().beep();
             if (word.lastErrorNumber() == DocumentError::BadTemplate) {
                 msgBox(QStringLiteral("Die Vorlagendatei '") + dotFile +
@@ -96,8 +96,10 @@ void FrmMain::cmdFinish_Click()
             return;
         }
         // Where the letter went stays in sight, also when no program could show it.
-        SetStatus(QStringLiteral("Dokument gespeichert: ") +
-                  QDir::toNativeSeparators(document->savedPath()));
+        SetStatus(document->savedPath().isEmpty()
+                      ? QStringLiteral("Dokument in LibreOffice Writer geöffnet")
+                      : QStringLiteral("Dokument gespeichert: ") +
+                            QDir::toNativeSeparators(document->savedPath()));
         finished = true;
     });
     if (finished && m_g.settings.ExitAfterFinished)

@@ -37,7 +37,8 @@ const QList<OptionRow>& optionTable()
          "Die Treffer der Suche nummeriert auflisten, statt ein Dokument zu schreiben."},
         {{"v", "vorlage"},
          "datei",
-         "Vorlage (.dotx, .dotm, .docx) oder \"(leeres Dokument)\". Für die Vorlage muss eine "
+         "Vorlage (.dotx, .dotm, .docx; mit LibreOffice auch .dot, .doc, .rtf, .odt, .ott) oder "
+         "\"(leeres Dokument)\". Für die Vorlage muss eine "
          "Feldzuordnung eingetragen sein."},
         {{"a", "adresse"}, "0|1|2", "Adresstyp: 0 geschäftlich (Standard), 1 privat, 2 weitere."},
         {{"reihenfolge"}, "0|1", "0 Firma zuerst (Standard), 1 Person zuerst."},
@@ -57,6 +58,10 @@ const QList<OptionRow>& optionTable()
          "Kennwort für einen CardDAV-Server (Einstellung \"PublicFoldersPath\"): die erste Zeile "
          "der Datei. Den Benutzernamen nennt die Adresse (https://anna@host/). Ohne diese Option "
          "gilt das im Schlüsselbund gespeicherte Kennwort."},
+        {{"format"},
+         "docx|odt|pdf",
+         "Format des Dokuments (Standard: docx für Word-Vorlagen, odt für OpenDocument-Vorlagen); "
+         "odt und pdf schreibt LibreOffice."},
         {{"felder", "fields"},
          nullptr,
          "Alle Felder mit ihren Werten für den Kontakt ausgeben (Feldname, Tabulator, Wert), statt "
@@ -177,6 +182,11 @@ CliOptions CliOptions::parse(const QStringList& arguments)
     o.listHits = parser.isSet(QStringLiteral("liste"));
     o.templatePath = singleValue(parser, QStringLiteral("vorlage"));
     o.outputFolder = singleValue(parser, QStringLiteral("ausgabe"));
+    o.format = singleValue(parser, QStringLiteral("format")).toLower();
+    if (!o.format.isEmpty() && o.format != u"docx" && o.format != u"odt" && o.format != u"pdf")
+        throw usage(QStringLiteral("Ungültiger Wert '%1' für --format: erlaubt sind docx, odt und "
+                                   "pdf.")
+                        .arg(o.format));
     o.listFields = parser.isSet(QStringLiteral("felder"));
     o.passwordFile = singleValue(parser, QStringLiteral("passwort-datei"));
 

@@ -26,6 +26,7 @@ struct CliOptions {
     std::optional<bool> addNToHerr;
 
     QString outputFolder; // empty: the user's setting
+    QString format;       // "docx", "odt", "pdf"; empty: by the template
     bool listFields = false;
     // First line: the CardDAV server's password (unattended runs); empty: the secret store.
     QString passwordFile;

@@ -273,6 +273,15 @@ QString ZettelwerkCli::fill(const CliOptions& o, const ContactItem& contact)
     const int position = templatePosition(o, templateFile);
 
     ClsWord word;
+    // Word's own formats become .docx through the built-in engine, without starting an office;
+    // LibreOffice serves the older formats and writes .odt and PDF.
+    const bool officeFormat = o.format == u"odt" || o.format == u"pdf";
+    if (!word.SetUsedVersion(officeFormat ? ClsWord::kVersionLibreOffice : ClsWord::kVersionOoxml))
+        throw CliFailure(
+            CliExitCode::DocumentFailed,
+            QStringLiteral("--format %1 braucht LibreOffice Writer: %2.")
+                .arg(o.format, ClsWord::notInstalledText(ClsWord::kVersionLibreOffice)));
+    word.setSaveFormat(o.format);
     const QString outputFolder =
         o.outputFolder.isEmpty() ? m_settings.OutputFolder : o.outputFolder;
     if (!outputFolder.isEmpty()) {
@@ -299,7 +308,9 @@ QString ZettelwerkCli::fill(const CliOptions& o, const ContactItem& contact)
         throw CliFailure(
             CliExitCode::DocumentFailed,
             QStringLiteral("Aus der Vorlage '%1' kann kein Dokument erstellt werden: %2")
-                .arg(templateFile, templateProblem(templateFile)));
+                .arg(templateFile, word.lastErrorDescription().isEmpty()
+                                       ? templateProblem(templateFile)
+                                       : word.lastErrorDescription()));
 
     // Assignments naming a bookmark the template lacks would be skipped without a word.
     for (const auto& [bookmark, field] : assignedPairs(m_assignments.item(position))) {

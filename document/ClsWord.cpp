@@ -3,6 +3,7 @@
 #include "document/DocumentErrors.h"
 #include "document/FailureLog.h"
 #include "document/FieldAssignmentDefaults.h"
+#include "document/LibreOfficeEngine.h"
 #include "document/OoxmlEngine.h"
 #include "util/AppInfo.h"
 #include "util/ErrorRoutine.h"
@@ -134,10 +135,43 @@ QString ClsWord::ProductName()
     return productNameOf(Version());
 }
 
-std::unique_ptr<DocumentEngine> ClsWord::makeEngine() const
+bool ClsWord::needsLibreOffice(const QString& templatePath)
 {
-    // Both versions are served by the built-in engine for now (see the class comment).
-    return std::make_unique<OoxmlEngine>();
+    static const QStringList legacy{QStringLiteral("dot"), QStringLiteral("doc"),
+                                    QStringLiteral("rtf"), QStringLiteral("odt"),
+                                    QStringLiteral("ott"), QStringLiteral("fodt")};
+    return legacy.contains(QFileInfo(templatePath).suffix().toLower());
+}
+
+DocumentEngine* ClsWord::engine() const
+{
+    const bool office = m_usedVersion == kVersionLibreOffice;
+    DocumentEngine* own = office ? m_office.get() : m_engine.get();
+    return own ? own : (office ? m_engine.get() : m_office.get());
+}
+
+void ClsWord::setSaveFormat(const QString& format)
+{
+    m_saveFormat = format;
+    if (auto* office = dynamic_cast<LibreOfficeEngine*>(m_office.get()))
+        office->setSaveFormat(format);
+}
+
+void ClsWord::setOfficeTimeouts(int startMs, int callMs)
+{
+    m_officeStartMs = startMs;
+    m_officeCallMs = callMs;
+    if (auto* office = dynamic_cast<LibreOfficeEngine*>(m_office.get()))
+        office->setTimeouts(startMs, callMs);
+}
+
+void ClsWord::logFailure(const QString& line, const ZwError& cause)
+{
+    // The first failure since the document was begun is the cause; calls that fail after it
+    // only because there is no document must not hide it.
+    if (m_lastErrorNumber == 0)
+        keepFailure(cause);
+    logDocumentFailure(line, cause);
 }
 
 QString ClsWord::effectiveOutputFolder() const
@@ -169,59 +203,82 @@ void ClsWord::ensureOutputFolder() const
                       source());
 }
 
-void ClsWord::dropEngine()
+void ClsWord::dropEngine(bool office)
 {
-    m_engine.reset();
-    m_currentDocument.reset();
+    std::unique_ptr<DocumentEngine>& slot = slotFor(office);
+    if (m_currentDocument && slot) {
+        for (const auto& document : slot->documents()) {
+            if (document == m_currentDocument)
+                m_currentDocument.reset();
+        }
+    }
+    slot.reset();
+}
+
+bool ClsWord::openEngine(bool office, bool bVisible)
+{
+    ui().setHourglass(true);
+    std::unique_ptr<DocumentEngine>& slot = slotFor(office);
+    for (int attempt = 1;; ++attempt) {
+        std::optional<ZwError> failure;
+        try {
+            if (!slot) {
+                if (office) {
+                    auto engine = std::make_unique<LibreOfficeEngine>();
+                    engine->setSaveFormat(m_saveFormat);
+                    engine->setTimeouts(m_officeStartMs, m_officeCallMs);
+                    slot = std::move(engine);
+                } else {
+                    slot = std::make_unique<OoxmlEngine>();
+                }
+                slot->setOpener(m_opener);
+                slot->open();
+                slot->setVisible(bVisible);
+            } else if (!slot->isOpen()) {
+                // The word processor was closed or crashed behind our back: start a fresh one.
+                throw ZwError(DocumentError::ServerGone,
+                              QStringLiteral("Die Textverarbeitung antwortet nicht mehr."),
+                              source());
+            }
+            ensureOutputFolder();
+            slot->setOutputFolder(effectiveOutputFolder());
+            ui().setHourglass(false);
+            keepFailure(ZwError(0, QString(), QString()));
+            return true;
+        } catch (...) {
+            failure.emplace(vuErrorFromCurrentException());
+        }
+        dropEngine(office);
+        if (failure->number() == DocumentError::ServerGone && attempt == 1)
+            continue;
+        logFailure(QStringLiteral("Fehler beim Öffnen von Word"), *failure);
+        ui().setHourglass(false);
+        return false;
+    }
 }
 
 bool ClsWord::OpenWord(bool bVisible)
 {
     if (Version().isEmpty())
         return false;
-    ui().setHourglass(true);
-    for (int attempt = 1;; ++attempt) {
-        std::optional<ZwError> failure;
-        try {
-            if (!m_engine) {
-                m_engine = makeEngine();
-                m_engine->setOpener(m_opener);
-                m_engine->open();
-                m_engine->setVisible(bVisible);
-            } else if (!m_engine->isOpen()) {
-                // The word processor was quit behind our back: start a fresh one.
-                throw ZwError(DocumentError::ServerGone,
-                              QStringLiteral("Die Textverarbeitung antwortet nicht mehr."),
-                              source());
-            }
-            ensureOutputFolder();
-            m_engine->setOutputFolder(effectiveOutputFolder());
-            ui().setHourglass(false);
-            return true;
-        } catch (...) {
-            failure.emplace(vuErrorFromCurrentException());
-        }
-        dropEngine();
-        if (failure->number() == DocumentError::ServerGone && attempt == 1)
-            continue;
-        logDocumentFailure(QStringLiteral("Fehler beim Öffnen von Word"), *failure);
-        ui().setHourglass(false);
-        return false;
-    }
+    return openEngine(m_usedVersion == kVersionLibreOffice, bVisible);
 }
 
 void ClsWord::CloseWord(bool bSaveChanges)
 {
     if (Version().isEmpty())
         return;
-    if (m_engine) {
-        try {
-            m_engine->quit(bSaveChanges);
-        } catch (...) {
-            // Errors are ignored here; every document is closed all the same.
+    for (const bool office : {false, true}) {
+        if (std::unique_ptr<DocumentEngine>& slot = slotFor(office)) {
+            try {
+                slot->quit(bSaveChanges);
+            } catch (...) {
+                // Errors are ignored here; every document is closed all the same.
+            }
         }
+        dropEngine(office);
     }
-    dropEngine();
+    m_currentDocument.reset();
 }
 
 WordDocument ClsWord::CreateDocument(const QString& sDotFile, bool bWordVisible,
@@ -231,9 +288,22 @@ WordDocument ClsWord::CreateDocument(const QString& sDotFile, bool bWordVisible,
         return {};
     const QString templatePath = sDotFile == kEmptyDocument ? QString() : sDotFile;
     keepFailure(ZwError(0, QString(), QString()));
+    const bool legacy = needsLibreOffice(templatePath);
+    const bool office = m_usedVersion == kVersionLibreOffice || legacy;
+    if (legacy && !IsVersionInstalled(kVersionLibreOffice)) {
+        logFailure(QStringLiteral("Fehler beim Erzeugen eines Word-Dokuments"),
+                   ZwError(DocumentError::OfficeMissing,
+                           QStringLiteral("Für die Vorlage \"%1\" wird LibreOffice Writer "
+                                          "benötigt. LibreOffice ist auf diesem PC nicht "
+                                          "installiert.")
+                               .arg(QDir::toNativeSeparators(templatePath)),
+                           source()));
+        return {};
+    }
     for (int attempt = 1;; ++attempt) {
-        if (!OpenWord(bWordVisible))
+        if (!openEngine(office, bWordVisible))
             return {};
+        std::unique_ptr<DocumentEngine>& engine = slotFor(office);
         std::optional<ZwError> failure;
         try {
             if (m_currentDocument) {
@@ -246,19 +316,18 @@ WordDocument ClsWord::CreateDocument(const QString& sDotFile, bool bWordVisible,
                 }
                 m_currentDocument.reset();
             }
-            m_engine->setVisible(bWordVisible);
-            m_currentDocument = m_engine->addDocument(templatePath);
+            engine->setVisible(bWordVisible);
+            m_currentDocument = engine->addDocument(templatePath);
             return m_currentDocument;
         } catch (...) {
             failure.emplace(vuErrorFromCurrentException());
         }
         // A word processor that went away meanwhile is started afresh (once).
         if (failure->number() == DocumentError::ServerGone && attempt == 1) {
-            dropEngine();
+            dropEngine(office);
             continue;
         }
-        logDocumentFailure(QStringLiteral("Fehler beim Erzeugen eines Word-Dokuments"), *failure);
-        keepFailure(*failure);
+        logFailure(QStringLiteral("Fehler beim Erzeugen eines Word-Dokuments"), *failure);
         return {};
     }
 }
@@ -298,7 +367,7 @@ bool ClsWord::SetText(const WordDocument& oDoc, const QString& sText, const QStr
     QString line = QStringLiteral("Fehler beim Schreiben von '") + sText + QLatin1Char('\'');
     if (!sBookmark.isEmpty())
         line += QStringLiteral(" an Textmarke '") + sBookmark + QLatin1Char('\'');
-    logDocumentFailure(line, *failure);
+    logFailure(line, *failure);
     return false;
 }
 
@@ -309,10 +378,16 @@ qint16 ClsWord::GetBookmarkCount(const WordDocument& oDoc)
     try {
         const int count = usable(oDoc).bookmarkCount();
         if (count > std::numeric_limits<qint16>::max())
-            throw ZwError(kOverflow, QStringLiteral("Überlauf"), source());
+            throw ZwError(kOverflow,
+                          QStringLiteral("Überlauf: die Vorlage hat %1 Textmarken, gelesen werden "
+                                         "können höchstens %2.")
+                              .arg(count)
+                              .arg(std::numeric_limits<qint16>::max()),
+                          source());
+        keepFailure(ZwError(0, QString(), QString()));
         return qint16(count);
     } catch (...) {
-        logDocumentFailure(QStringLiteral("GetBookmarkCount"), vuErrorFromCurrentException());
+        logFailure(QStringLiteral("GetBookmarkCount"), vuErrorFromCurrentException());
     }
     return 0;
 }
@@ -324,7 +399,7 @@ QString ClsWord::GetBookmarkName(const WordDocument& oDoc, qint16 nIndex)
     try {
         return usable(oDoc).bookmarkName(nIndex);
     } catch (...) {
-        logDocumentFailure(QStringLiteral("GetBookmarkName"), vuErrorFromCurrentException());
+        logFailure(QStringLiteral("GetBookmarkName"), vuErrorFromCurrentException());
     }
     return QString();
 }
@@ -335,9 +410,8 @@ QString ClsWord::presentDocument(const WordDocument& oDoc)
     try {
         return usable(oDoc).present();
     } catch (...) {
-        const ZwError failure = vuErrorFromCurrentException();
-        logDocumentFailure(QStringLiteral("Fehler beim Speichern des Word-Dokuments"), failure);
-        keepFailure(failure);
+        logFailure(QStringLiteral("Fehler beim Speichern des Word-Dokuments"),
+                   vuErrorFromCurrentException());
     }
     return QString();
 }
@@ -356,6 +430,8 @@ void ClsWord::setOutputFolder(const QString& folder)
 void ClsWord::setOpener(DocumentEngine::Opener opener)
 {
     m_opener = std::move(opener);
-    if (m_engine)
-        m_engine->setOpener(m_opener);
+    for (const bool office : {false, true}) {
+        if (std::unique_ptr<DocumentEngine>& slot = slotFor(office))
+            slot->setOpener(m_opener);
+    }
 }

@@ -2,6 +2,7 @@
 
 #include "document/DocumentEngine.h"
 #include "document/EngineDocument.h"
+#include "util/ZwError.h"
 
 #include <QString>
 #include <QStringList>
@@ -20,11 +21,10 @@ using WordDocument = std::shared_ptr<EngineDocument>;
 //   "OOXML"  "Zettelwerk DOCX"     always installed (the built-in Office Open XML engine)
 // The two take the places of Word 2000/97 and Word 95 in the logic that chooses a version.
 //
-// Documents under "LO" are, until a LibreOffice engine exists, made by the built-in engine as
-// well: .dotx/.dotm/.docx templates work the same; older formats (.dot, .doc, .odt, ...) are
-// refused by it, which CreateDocument logs and answers with none. The finished .docx is shown
-// by the installed opener, i.e. the desktop's word processor, which with LibreOffice installed
-// normally is LibreOffice Writer.
+// Which engine makes a document: under "LO" every template goes to LibreOffice over UNO;
+// under "OOXML" the built-in engine serves .dotx/.dotm/.docx, and the older formats (.dot,
+// .doc, .rtf, .odt, .ott) still go to LibreOffice when it is installed (refused with a German
+// reason naming LibreOffice Writer when it is not).
 //
 // No member shows a message box or raises: failures go to the log (VuLog) and the results.
 class ClsWord
@@ -76,10 +76,12 @@ public:
     // Name of bookmark nIndex (1-based) in that order. Failure: log "GetBookmarkName", empty.
     QString GetBookmarkName(const WordDocument& oDoc, qint16 nIndex);
 
-    // Hands a finished document to the user: saves it as a new .docx in the output folder
-    // (never over an existing file) and, when the word processor is visible, passes it to
-    // the opener. Returns the saved path; failure: log "Fehler beim Speichern des
-    // Word-Dokuments", empty.
+    // Hands a finished document to the user. A visible LibreOffice that can show windows keeps
+    // it open, filled and unsaved, in its Writer window (empty result, isOpenForUser()).
+    // Otherwise it is saved as a new file in the output folder (never over an existing file;
+    // .docx, or .odt/PDF from LibreOffice, see setSaveFormat) and, when the word processor is
+    // visible, passed to the opener. Returns the saved path; failure: log "Fehler beim
+    // Speichern des Word-Dokuments", empty.
     QString presentDocument(const WordDocument& oDoc);
 
     // Folder the finished documents are saved into; empty means the user's documents folder
@@ -93,30 +95,44 @@ public:
     // word processor; tests record). Without one, documents are saved but not opened.
     void setOpener(DocumentEngine::Opener opener);
 
-    // Why the latest CreateDocument or presentDocument failed (number and German text of the
-    // engine's error, DocumentErrors.h); 0 and empty after a success. The caller tells a
-    // damaged template from an output folder that takes no files.
+    // Format of documents saved by LibreOffice: "docx", "odt", "pdf"; empty: .docx for Word
+    // templates, .odt for OpenDocument ones. The built-in engine always writes .docx.
+    void setSaveFormat(const QString& format);
+    // Time limits for LibreOffice's start and for each call to it (a hung office is stopped).
+    void setOfficeTimeouts(int startMs, int callMs);
+    // Number and German reason of the last failure a member logged (DocumentErrors.h); 0 and
+    // empty after a success of OpenWord, CreateDocument, GetBookmarkCount or presentDocument.
+    // The caller tells a damaged template from an output folder that takes no files.
     long lastErrorNumber() const { return m_lastErrorNumber; }
     QString lastErrorDescription() const { return m_lastErrorDescription; }
+    // True for the template formats only LibreOffice reads (.dot, .doc, .rtf, .odt, .ott).
+    static bool needsLibreOffice(const QString& templatePath);
 
     // Program directory of the version in use (ends in a separator); empty for none.
     QString programDirectory() const { return m_programDirectory; }
-    // The engine while connected (after OpenWord, before CloseWord); nullptr otherwise.
-    DocumentEngine* engine() const { return m_engine.get(); }
+    // The engine of the version in use while connected (after OpenWord, before CloseWord);
+    // else the other engine while it serves a document; nullptr otherwise.
+    DocumentEngine* engine() const;
     // The document last made by CreateDocument; none before or after CloseWord.
     WordDocument currentDocument() const { return m_currentDocument; }
 
 private:
     static QString programDirectoryOf(const QString& version);
-    std::unique_ptr<DocumentEngine> makeEngine() const;
+    std::unique_ptr<DocumentEngine>& slotFor(bool office) { return office ? m_office : m_engine; }
+    bool openEngine(bool office, bool bVisible);
     void ensureOutputFolder() const;
-    void dropEngine();
+    void dropEngine(bool office);
+    void logFailure(const QString& line, const ZwError& cause);
 
     QString m_usedVersion;
     QString m_programDirectory;
     QString m_outputFolder;
     DocumentEngine::Opener m_opener;
-    std::unique_ptr<DocumentEngine> m_engine;
+    QString m_saveFormat;
+    int m_officeStartMs = 60000;
+    int m_officeCallMs = 30000;
+    std::unique_ptr<DocumentEngine> m_engine; // the built-in engine
+    std::unique_ptr<DocumentEngine> m_office; // LibreOffice over UNO
     WordDocument m_currentDocument;
     long m_lastErrorNumber = 0;
     QString m_lastErrorDescription;

@@ -18,6 +18,11 @@ constexpr long BadTemplate = 5792;
 constexpr long ObjectDeleted = 5825;
 // The application is not running (quit, or never opened): open it again.
 constexpr long ServerGone = 462;
+// The word processor did not answer within its time limit and was stopped.
+constexpr long NotResponding = 4198;
+// A template format only LibreOffice reads, and LibreOffice is not installed (Automation's
+// "cannot create object").
+constexpr long OfficeMissing = 429;
 // The document could not be written into the output folder.
 constexpr long SaveFailed = 75;
 } // namespace DocumentError

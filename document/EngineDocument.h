@@ -60,6 +60,9 @@ public:
     // Hands the finished document to the user: saves it when it is new or changed, then, when
     // the engine is visible, passes the file to the engine's opener. Returns the saved path.
     virtual QString present() = 0;
+    // True when present() left the document open, unsaved, in the word processor's window for
+    // the user to finish (as Word does); savedPath() stays empty then.
+    virtual bool isOpenForUser() const { return false; }
 
     // Closes the document, saving it first when asked and changed. Afterwards every member
     // except isClosed() raises ObjectDeleted.

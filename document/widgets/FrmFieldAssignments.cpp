@@ -569,27 +569,47 @@ void FrmFieldAssignments::cmdGetDocBookmarks_Click()
             return;
         }
         setStatus(QStringLiteral("Verbindung zu Word herstellen..."));
+        // Any failure is said, with its reason, and leaves the rows as they were: the user
+        // agreed to lose them for the template's bookmarks, not for nothing.
+        const auto refuse = [&](const QString& reason) {
+            setStatus(QStringLiteral("Bereit"));
+            ui().beep();
+            msgBox(QStringLiteral("Die Textmarken der Vorlage '") + m_currentDotFile +
+                       QStringLiteral("' können nicht ausgelesen werden:") + kCrLf + reason +
+                       kCrLf + kCrLf +
+                       QStringLiteral("Die bisherigen Zuordnungen bleiben erhalten."),
+                   Mb::OkOnly + Mb::Critical);
+        };
         const WordDocument document =
             m_word.CreateDocument(m_currentDotFile, chkWordVisible->isChecked(), true);
         if (!document) {
-            setStatus(QStringLiteral("Bereit"));
-            // A damaged template would otherwise leave the list as it was, without a word.
+            // A damaged template is named as such; any other failure says its reason.
             if (m_word.lastErrorNumber() == DocumentError::BadTemplate) {
+                setStatus(QStringLiteral("Bereit"));
                 ui().beep();
                 msgBox(QStringLiteral("Die Vorlagendatei '") + m_currentDotFile +
                            QStringLiteral("' ist beschädigt und kann nicht verwendet werden!") +
                            kCrLf + kCrLf + m_word.lastErrorDescription(),
                        Mb::OkOnly + Mb::Critical);
+            } else {
+                refuse(m_word.lastErrorDescription());
             }
             return;
         }
         setStatus(QStringLiteral("Textmarken auslesen..."));
+        // The count is 16-bit: a template with more bookmarks gives 0 and a reason.
+        const qint16 count = m_word.GetBookmarkCount(document);
+        if (count == 0 && !m_word.lastErrorDescription().isEmpty()) {
+            refuse(m_word.lastErrorDescription());
+            return;
+        }
+        QStringList names;
+        for (qint16 i = 1; i <= count; ++i)
+            names.append(m_word.GetBookmarkName(document, i));
         lvwBookmarks->clear();
         const QIcon icon = ListIcons::bookmark();
-        const qint16 count = m_word.GetBookmarkCount(document);
-        for (qint16 i = 1; i <= count; ++i) {
-            auto* item = new QTreeWidgetItem(
-                lvwBookmarks, {m_word.GetBookmarkName(document, i), QStringLiteral("-")});
+        for (const QString& name : std::as_const(names)) {
+            auto* item = new QTreeWidgetItem(lvwBookmarks, {name, QStringLiteral("-")});
             item->setIcon(0, icon);
         }
         m_changed = true;

@@ -6,6 +6,7 @@
 #include "app/FrmMain.h"
 #include "app/Main.h"
 #include "app/Settings.h"
+#include "document/ClsWord.h"
 #include "tests/support/ScriptedUserInterface.h"
 #include "tests/support/TestEnvironment.h"
 #include "util/ClsRegistry.h"
@@ -147,6 +148,8 @@ inline std::unique_ptr<Started> start(ScriptedUserInterface& script, bool firstS
     s->r.emplace(Main(s->g, 0, contactFile));
     if (!s->r->started)
         qFatal("program did not start");
+    // The wizard's tests look at the built-in engine's files, not at a LibreOffice window.
+    SharedWord(s->g).SetUsedVersion(ClsWord::kVersionOoxml);
     if (firstStart)
         script.takeBoxes();
     return s;

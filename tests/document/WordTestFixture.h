@@ -46,6 +46,8 @@ protected:
         QDir(m_dir->path()).mkpath(QStringLiteral("out"));
         m_opened.clear();
         m_word = std::make_unique<ClsWord>();
+        // These tests are about the built-in engine (LibreOffice's has tst_libreofficeengine).
+        m_word->SetUsedVersion(ClsWord::kVersionOoxml);
         m_word->setOutputFolder(outDir());
         m_word->setOpener([this](const QString& path) { m_opened.append(path); });
     }

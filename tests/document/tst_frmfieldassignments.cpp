@@ -73,6 +73,7 @@ private Q_SLOTS:
         SetDefaultFieldAssignments(m_list, m_special);
         m_options = OptionsValues();
         m_word = std::make_unique<ClsWord>();
+        m_word->SetUsedVersion(ClsWord::kVersionOoxml);
         m_word->setOpener([this](const QString& path) { m_status << "geöffnet: " + path; });
         m_status.clear();
         m_chosenFile.clear();
@@ -472,22 +473,47 @@ private Q_SLOTS:
         QTest::addColumn<QString>("which");
         QTest::addColumn<int>("answer");
         QTest::addColumn<QString>("refusal");
-        QTest::newRow("question cancelled") << "letter" << int(Mb::Cancel) << QString();
+        QTest::addColumn<QString>("reason"); // empty: the refusal is the whole text
+        const QString cannot = QStringLiteral("Die Textmarken der Vorlage '%1' können nicht "
+                                              "ausgelesen werden:\r\n");
+        QTest::newRow("question cancelled")
+            << "letter" << int(Mb::Cancel) << QString() << QString();
         QTest::newRow("empty document has none")
             << "empty" << int(Mb::Ok)
-            << "Ein leeres Dokument hat keine Textmarken, die ausgelesen werden könnten!";
-        QTest::newRow("template file missing") << "missing" << int(Mb::Ok) << QString();
+            << "Ein leeres Dokument hat keine Textmarken, die ausgelesen werden könnten!"
+            << QString();
+        QTest::newRow("template file missing")
+            << "missing" << int(Mb::Ok) << cannot << "Fehlt.dotx";
+        // The 16-bit count overflows: the rows must survive the user's OK.
+        QTest::newRow("32768 bookmarks overflow the count")
+            << "huge" << int(Mb::Ok) << cannot << "32768 Textmarken";
     }
     void readBookmarksRefused()
     {
         QFETCH(QString, which);
         QFETCH(int, answer);
         QFETCH(QString, refusal);
+        QFETCH(QString, reason);
+        QTemporaryDir dir;
         QString key = which == u"empty" ? kEmptyDocument : sampleLetterTemplatePath();
-        if (which == u"missing") {
-            key = QDir::homePath() + QStringLiteral("/Fehlt.dotx");
+        if (which == u"missing" || which == u"huge") {
+            key = dir.filePath(which == u"huge" ? QStringLiteral("Riesig.dotx")
+                                                : QStringLiteral("Fehlt.dotx"));
             m_list.add(key + QStringLiteral("|A=Firma (OF)"));
         }
+        if (which == u"huge") {
+            std::string body = "<w:p>";
+            for (int i = 0; i < 32768; ++i)
+                body += "<w:bookmarkStart w:id=\"" + std::to_string(i) + "\" w:name=\"M" +
+                        std::to_string(i) + "\"/><w:bookmarkEnd w:id=\"" + std::to_string(i) +
+                        "\"/>";
+            body += "</w:p>";
+            OoxmlTestPackage::Template t;
+            t.body = body;
+            QVERIFY(OoxmlTestPackage::writeZip(key, OoxmlTestPackage::entriesOf(t)));
+        }
+        if (!reason.isEmpty())
+            refusal = refusal.arg(key);
         const QString before = m_list.item(key);
         open();
         chooseTemplate(key);
@@ -497,9 +523,15 @@ private Q_SLOTS:
             m_ui->answer(Mb::Ok);
         ctl<QPushButton>("cmdGetDocBookmarks")->click();
         QCOMPARE(m_ui->boxes().size(), refusal.isEmpty() ? 1 : 2);
-        if (!refusal.isEmpty()) {
+        if (!refusal.isEmpty() && reason.isEmpty()) {
             QCOMPARE(m_ui->boxes()[1].text, refusal);
             QCOMPARE(m_ui->boxes()[1].icon(), Mb::Exclamation);
+        } else if (!refusal.isEmpty()) {
+            const QString text = m_ui->boxes()[1].text;
+            QVERIFY2(text.startsWith(refusal) && text.contains(reason) &&
+                         text.endsWith("\r\n\r\nDie bisherigen Zuordnungen bleiben erhalten."),
+                     qPrintable(text));
+            QCOMPARE(m_ui->boxes()[1].icon(), Mb::Critical);
         }
         QCOMPARE(column(bookmarks(), 1), rows);
         close();

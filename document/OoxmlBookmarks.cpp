@@ -1,0 +1,161 @@
+#include "document/OoxmlBookmarks.h"
+
+#include <algorithm>
+#include <cstring>
+#include <deque>
+#include <map>
+
+namespace
+{
+
+// Visits every element below root in document order with whether it lies in a copy kept for
+// older readers. Iterative: the depth of a part is the input's to choose.
+template <typename Visit> void walk(pugi::xml_node root, const Visit& visit)
+{
+    int fallback = 0;
+    pugi::xml_node n = root.first_child();
+    while (n) {
+        if (n.type() == pugi::node_element)
+            visit(n, fallback > 0);
+        if (n.first_child()) {
+            if (OoxmlBookmarks::isFallback(n))
+                ++fallback;
+            n = n.first_child();
+            continue;
+        }
+        while (n && n != root && !n.next_sibling()) {
+            n = n.parent();
+            if (n != root && OoxmlBookmarks::isFallback(n))
+                --fallback;
+        }
+        if (!n || n == root)
+            break;
+        n = n.next_sibling();
+    }
+}
+
+bool isMarker(const pugi::xml_node& node, bool& start)
+{
+    const char* name = node.name();
+    if (std::strncmp(name, "w:bookmark", 10) != 0)
+        return false;
+    if (std::strcmp(name + 10, "Start") == 0) {
+        start = true;
+        return true;
+    }
+    if (std::strcmp(name + 10, "End") == 0) {
+        start = false;
+        return true;
+    }
+    return false;
+}
+
+} // namespace
+
+std::string OoxmlBookmarks::keyOf(const QString& name)
+{
+    return name.toLower().toStdString();
+}
+
+bool OoxmlBookmarks::isFallback(const pugi::xml_node& node)
+{
+    return std::strcmp(node.name(), "mc:Fallback") == 0;
+}
+
+std::unordered_map<std::string, OoxmlBookmarks::Bookmark>
+OoxmlBookmarks::scan(const std::vector<Story>& stories)
+{
+    struct Pair {
+        int part;
+        pugi::xml_node start;
+        pugi::xml_node end;
+        bool fallback;
+    };
+    std::vector<Pair> pairs; // in the order of their starts
+    for (const Story& story : stories) {
+        std::unordered_map<std::string, std::deque<std::size_t>> open;
+        walk(story.root, [&](pugi::xml_node n, bool fallback) {
+            bool start = false;
+            if (!isMarker(n, start))
+                return;
+            const char* id = n.attribute("w:id").value();
+            if (start) {
+                if (!*n.attribute("w:name").value())
+                    return;
+                open[id].push_back(pairs.size());
+                pairs.push_back(Pair{story.part, n, pugi::xml_node(), fallback});
+                return;
+            }
+            const auto it = open.find(id);
+            if (it == open.end() || it->second.empty())
+                return;
+            pairs[it->second.front()].end = n;
+            it->second.pop_front();
+        });
+    }
+
+    std::unordered_map<std::string, Bookmark> result;
+    // Places Word shows first, then the copies for older readers.
+    for (int pass = 0; pass < 2; ++pass) {
+        for (const Pair& pair : pairs) {
+            if (!pair.end || pair.fallback != (pass == 1))
+                continue;
+            const QString name = QString::fromUtf8(pair.start.attribute("w:name").value());
+            Bookmark& bookmark = result[keyOf(name)];
+            if (bookmark.places.empty()) {
+                bookmark.name = name;
+            } else if (pass == 0) {
+                continue; // a later pair of a name already taken
+            }
+            bookmark.places.push_back(Place{pair.part, pair.start, pair.end});
+        }
+    }
+    return result;
+}
+
+OoxmlBookmarks::Census OoxmlBookmarks::census(pugi::xml_node root)
+{
+    struct Count {
+        int starts = 0;
+        int ends = 0;
+        bool ordered = true;
+    };
+    std::map<std::string, Count> counts;
+    Census result;
+    walk(root, [&](pugi::xml_node n, bool fallback) {
+        bool start = false;
+        if (fallback || !isMarker(n, start))
+            return;
+        ++result.markers;
+        Count& count = counts[n.attribute("w:id").value()];
+        if (start) {
+            ++count.starts;
+        } else {
+            if (count.starts == 0)
+                count.ordered = false;
+            ++count.ends;
+        }
+    });
+    for (const auto& [id, count] : counts) {
+        if (count.starts == 1 && count.ends == 1 && count.ordered)
+            result.pairedIds.push_back(id);
+    }
+    return result;
+}
+
+QString OoxmlBookmarks::compare(const Census& before, const Census& after)
+{
+    if (after.markers != before.markers)
+        return QStringLiteral("Es gingen Textmarken verloren oder wurden verdoppelt (%1 statt %2 "
+                              "Markierungen).")
+            .arg(after.markers)
+            .arg(before.markers);
+    std::vector<std::string> broken;
+    std::set_difference(before.pairedIds.begin(), before.pairedIds.end(), after.pairedIds.begin(),
+                        after.pairedIds.end(), std::back_inserter(broken));
+    if (!broken.empty())
+        return QStringLiteral("Anfang und Ende der Textmarke mit der Kennung %1 passen nicht mehr "
+                              "zusammen.")
+            .arg(QString::fromStdString(broken.front()));
+    return QString();
+}

@@ -528,6 +528,9 @@ void renumber(pugi::xml_node root, OoxmlTextEditor::Ids& ids)
     for (pugi::xml_node n = root; n;) {
         if (pugi::xml_attribute id = n.attribute("w:id"))
             id.set_value(ids.take().c_str());
+        // A content control's id is an element of its properties.
+        if (is(n, "w:id") && is(n.parent(), "w:sdtPr"))
+            n.attribute("w:val").set_value(ids.take().c_str());
         if (n.first_child()) {
             n = n.first_child();
             continue;

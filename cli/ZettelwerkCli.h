@@ -39,4 +39,6 @@ private:
     FieldAssignmentList m_assignments;
     QString m_specialFields;
     ClsOutlookVgContactFolder m_folder;
+    // Bookmarks the last fill could not write.
+    QList<BookmarkFailure> m_bookmarkFailures;
 };

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the program and the tests need. Idempotent and
-# quiet when everything is there. Usage: scripts/deps.sh [build|test]
+# quiet when everything is there. Usage: scripts/deps.sh [build|test|corpus|fuzz]
 set -euo pipefail
 
 pkgs=(build-essential cmake ninja-build pkgconf qt6-base-dev libzip-dev libpugixml-dev
@@ -10,6 +10,10 @@ if [ "${1:-build}" = test ]; then
   # renders them to pictures for a look by eye.
   pkgs+=(xvfb xauth libreoffice-writer-nogui poppler-utils)
 fi
+# The tools that made the outside templates of tests/data/corpus, to make them again.
+[ "${1:-build}" = corpus ] && pkgs+=(python3-docx pandoc)
+# scripts/fuzz.sh: clang with libFuzzer and the sanitizers' run-time.
+[ "${1:-build}" = fuzz ] && pkgs+=(clang libclang-rt-14-dev)
 
 missing=()
 for p in "${pkgs[@]}"; do

@@ -18,14 +18,14 @@ template <typename Visit> void walk(pugi::xml_node root, const Visit& visit)
         if (n.type() == pugi::node_element)
             visit(n, fallback > 0);
         if (n.first_child()) {
-            if (OoxmlBookmarks::isFallback(n))
+            if (n.name()[0] == 'm' && OoxmlBookmarks::isFallback(n))
                 ++fallback;
             n = n.first_child();
             continue;
         }
         while (n && n != root && !n.next_sibling()) {
             n = n.parent();
-            if (n != root && OoxmlBookmarks::isFallback(n))
+            if (n != root && n.name()[0] == 'm' && OoxmlBookmarks::isFallback(n))
                 --fallback;
         }
         if (!n || n == root)
@@ -37,7 +37,7 @@ template <typename Visit> void walk(pugi::xml_node root, const Visit& visit)
 bool isMarker(const pugi::xml_node& node, bool& start)
 {
     const char* name = node.name();
-    if (std::strncmp(name, "w:bookmark", 10) != 0)
+    if (name[0] != 'w' || name[1] != ':' || name[2] != 'b' || std::strncmp(name, "w:bookmark", 10) != 0)
         return false;
     if (std::strcmp(name + 10, "Start") == 0) {
         start = true;
@@ -113,32 +113,60 @@ OoxmlBookmarks::scan(const std::vector<Story>& stories)
     return result;
 }
 
-OoxmlBookmarks::Census OoxmlBookmarks::census(pugi::xml_node root)
+OoxmlBookmarks::Census OoxmlBookmarks::census(std::string_view xml)
 {
     struct Count {
         int starts = 0;
         int ends = 0;
         bool ordered = true;
     };
-    std::map<std::string, Count> counts;
+    std::map<std::string_view, Count> counts;
     Census result;
-    walk(root, [&](pugi::xml_node n, bool fallback) {
-        bool start = false;
-        if (fallback || !isMarker(n, start))
-            return;
-        ++result.markers;
-        Count& count = counts[n.attribute("w:id").value()];
-        if (start) {
-            ++count.starts;
-        } else {
-            if (count.starts == 0)
-                count.ordered = false;
-            ++count.ends;
+    const char* p = xml.data();
+    const char* const end = p + xml.size();
+    auto startsWith = [&end](const char* at, std::string_view word) {
+        return std::size_t(end - at) > word.size() &&
+               std::memcmp(at, word.data(), word.size()) == 0 &&
+               (at[word.size()] == ' ' || at[word.size()] == '/' || at[word.size()] == '>');
+    };
+    int fallback = 0;
+    while ((p = static_cast<const char*>(std::memchr(p, '<', std::size_t(end - p))))) {
+        ++p;
+        const char* close = static_cast<const char*>(std::memchr(p, '>', std::size_t(end - p)));
+        if (!close)
+            break;
+        if (startsWith(p, "mc:Fallback")) {
+            if (close[-1] != '/')
+                ++fallback;
+        } else if (startsWith(p, "/mc:Fallback")) {
+            fallback = std::max(0, fallback - 1);
+        } else if (fallback == 0) {
+            const bool start = startsWith(p, "w:bookmarkStart");
+            if (start || startsWith(p, "w:bookmarkEnd")) {
+                ++result.markers;
+                const std::string_view tag(p, std::size_t(close - p));
+                std::string_view id;
+                if (const std::size_t at = tag.find(" w:id=\""); at != std::string_view::npos) {
+                    const std::size_t from = at + 7;
+                    const std::size_t quote = tag.find('"', from);
+                    if (quote != std::string_view::npos)
+                        id = tag.substr(from, quote - from);
+                }
+                Count& count = counts[id];
+                if (start) {
+                    ++count.starts;
+                } else {
+                    if (count.starts == 0)
+                        count.ordered = false;
+                    ++count.ends;
+                }
+            }
         }
-    });
+        p = close + 1;
+    }
     for (const auto& [id, count] : counts) {
         if (count.starts == 1 && count.ends == 1 && count.ordered)
-            result.pairedIds.push_back(id);
+            result.pairedIds.emplace_back(id);
     }
     return result;
 }

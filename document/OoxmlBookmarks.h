@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <pugixml.hpp>
 #include <string>
+#include <string_view>
 #include <unordered_map>
 #include <vector>
 
@@ -44,7 +45,9 @@ public:
         std::size_t markers = 0;
         std::vector<std::string> pairedIds; // sorted
     };
-    static Census census(pugi::xml_node root);
+    // Counted in the part's text as this engine writes it (UTF-8, usual prefixes, attributes in
+    // double quotes): a scan of the text is several times faster than a walk of the tree.
+    static Census census(std::string_view xml);
     // Why a part whose markers were counted as `before` must not be written with `after`;
     // empty when every marker is still there and every pair still pairs. German.
     static QString compare(const Census& before, const Census& after);

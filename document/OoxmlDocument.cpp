@@ -304,7 +304,7 @@ QByteArray OoxmlDocument::package() const
         if (changed || (part >= 0 && m_template->part(part).mustRewrite)) {
             const pugi::xml_document& dom =
                 changed ? *m_parts[std::size_t(part)] : m_template->part(part).dom;
-            written.emplace_back(part, OoxmlXml::serialize(dom));
+            written.emplace_back(part, OoxmlXml::serialize(dom, entry.size + entry.size / 8));
             writer.addData(entry.name, written.back().second, m_session->compressionLevel);
         } else if (const auto* replacement = m_template->replacement(entry.name)) {
             writer.addCompressed(entry.name, *replacement);
@@ -331,27 +331,30 @@ void OoxmlDocument::refuseSave(const QString& cause, const QString& detail) cons
                   source());
 }
 
-void OoxmlDocument::verify(const std::vector<std::pair<int, std::string>>& written,
+void OoxmlDocument::verify(std::vector<std::pair<int, std::string>>& written,
                            const QByteArray& bytes) const
 {
     if (!m_template->mainIsDocument())
         refuseSave(QStringLiteral("Der Hauptteil wäre nicht als Dokument eingetragen."),
                    QStringLiteral("[Content_Types].xml nennt den Hauptteil nicht als Dokument"));
-    for (const auto& [part, text] : written) {
+    for (auto& [part, text] : written) {
         const OoxmlTemplate::Part& original = m_template->part(part);
         const QString name = QString::fromStdString(original.name);
+        // Counted before the text is parsed in place (it is compressed already, no copy).
+        const OoxmlBookmarks::Census census =
+            original.story ? OoxmlBookmarks::census(text) : OoxmlBookmarks::Census();
+        const bool validUtf8 = OoxmlXml::isValidUtf8(text.data(), text.size());
         pugi::xml_document dom;
-        const pugi::xml_parse_result parsed = dom.load_buffer(
+        const pugi::xml_parse_result parsed = dom.load_buffer_inplace(
             text.data(), text.size(), pugi::parse_minimal, pugi::encoding_utf8);
-        if (!parsed || !OoxmlXml::isValidUtf8(text.data(), text.size()))
+        if (!parsed || !validUtf8)
             refuseSave(QStringLiteral("Ein Teil des Dokuments wäre kein gültiges XML."),
                        QStringLiteral("%1: %2 an Position %3")
                            .arg(name, QString::fromUtf8(parsed.description()))
                            .arg(parsed.offset));
         if (!original.story)
             continue;
-        const QString cause = OoxmlBookmarks::compare(
-            original.census, OoxmlBookmarks::census(m_parts[std::size_t(part)]->document_element()));
+        const QString cause = OoxmlBookmarks::compare(original.census, census);
         if (!cause.isEmpty())
             refuseSave(cause, name + QStringLiteral(": ") + cause);
     }

@@ -55,8 +55,8 @@ private:
     void fillPlace(const Place& place, const QString& text,
                    const OoxmlTextEditor::MarkerRemoved& removed, TextPosition& after);
     // The check before saving: raises ZwError(ResultInvalid) naming the template and the cause.
-    void verify(const std::vector<std::pair<int, std::string>>& written,
-                const QByteArray& package) const;
+    // Parses the written texts in place (they are compressed already).
+    void verify(std::vector<std::pair<int, std::string>>& written, const QByteArray& package) const;
     [[noreturn]] void refuseSave(const QString& cause, const QString& detail) const;
 
     std::shared_ptr<const OoxmlTemplate> m_template;

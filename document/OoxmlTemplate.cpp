@@ -240,7 +240,7 @@ void OoxmlTemplate::read(const OoxmlLimits& limits)
         Part& p = *m_parts[std::size_t(i)];
         if (p.story) {
             stories.push_back({i, p.dom.document_element()});
-            p.census = OoxmlBookmarks::census(p.dom.document_element());
+            p.census = OoxmlBookmarks::census(OoxmlXml::serialize(p.dom));
         }
     }
     QStringList names;

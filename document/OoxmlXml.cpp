@@ -1,6 +1,7 @@
 #include "document/OoxmlXml.h"
 
 #include <QStringDecoder>
+#include <cstdint>
 #include <cstring>
 #include <vector>
 
@@ -298,9 +299,10 @@ QString parse(pugi::xml_document& dom, const std::string& text, ParseInfo* info)
     return QStringLiteral("%1 an Position %2").arg(reason).arg(result.offset);
 }
 
-std::string serialize(const pugi::xml_document& dom)
+std::string serialize(const pugi::xml_document& dom, std::size_t sizeHint)
 {
     StringWriter writer;
+    writer.text.reserve(sizeHint);
     dom.save(writer, "", saveFlags, pugi::encoding_utf8);
     return std::move(writer.text);
 }
@@ -310,6 +312,16 @@ bool isValidUtf8(const char* data, std::size_t size)
     const auto* p = reinterpret_cast<const unsigned char*>(data);
     const auto* end = p + size;
     while (p < end) {
+        // Most of a part is ASCII: pass it over eight bytes at a time.
+        while (end - p >= 8) {
+            std::uint64_t word;
+            std::memcpy(&word, p, 8);
+            if (word & 0x8080808080808080ull)
+                break;
+            p += 8;
+        }
+        if (p == end)
+            break;
         const unsigned c = *p;
         if (c < 0x80) {
             ++p;

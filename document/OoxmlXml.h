@@ -28,7 +28,8 @@ struct ParseInfo {
 // ("w:", "mc:", unprefixed relationships and content types): namespaces are URIs, and a part
 // written with "ns0:" means the same. On failure returns the German reason (empty on success).
 QString parse(pugi::xml_document& dom, const std::string& text, ParseInfo* info = nullptr);
-std::string serialize(const pugi::xml_document& dom);
+// sizeHint: the expected size, reserved up front (a large part grows otherwise by copying).
+std::string serialize(const pugi::xml_document& dom, std::size_t sizeHint = 0);
 
 // Whether text is valid UTF-8 (no overlong forms, no surrogates, nothing above U+10FFFF).
 bool isValidUtf8(const char* data, std::size_t size);

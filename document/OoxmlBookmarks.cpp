@@ -1,6 +1,7 @@
 #include "document/OoxmlBookmarks.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <deque>
 #include <map>
@@ -78,7 +79,15 @@ OoxmlBookmarks::scan(const std::vector<Story>& stories)
             bool start = false;
             if (!isMarker(n, start))
                 return;
-            const char* id = n.attribute("w:id").value();
+            // A text box is a story of its own, and so is each copy of it: a start pairs only
+            // with an end in the same one.
+            std::string id = n.attribute("w:id").value();
+            for (pugi::xml_node up = n.parent(); up && up != story.root; up = up.parent()) {
+                if (std::strcmp(up.name(), "w:txbxContent") == 0) {
+                    id += '@' + std::to_string(reinterpret_cast<std::uintptr_t>(up.internal_object()));
+                    break;
+                }
+            }
             if (start) {
                 if (!*n.attribute("w:name").value())
                     return;

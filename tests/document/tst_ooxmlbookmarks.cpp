@@ -131,6 +131,13 @@ private slots:
         row("an end before its start is no bookmark, the later pair is",
             p(be(7) + r("a") + bs(7, "B") + r("b")) + p(bs(8, "B") + r("c") + be(8)), {"B=X"},
             {"ab", "X"}, "X");
+        // Found by fuzzing: a start in the text and an end of the same id in a text box.
+        row("a text box is a story of its own: no pair reaches into it",
+            p(bs(0, "A") + r("a")) +
+                p("<w:r><w:pict><v:shape><v:textbox><w:txbxContent>" + p(r("k") + be(0)) +
+                  "</w:txbxContent></v:textbox></v:shape></w:pict></w:r>") +
+                p(bs(6, "A") + r("c") + be(6)),
+            {"A=X"}, {"a", "k", "k", "X"}, QString()); // the helper would pair into the box
         row("nested: filling the outer one keeps the inner one's markers",
             p(bs(1, "Aussen") + r("a") + bs(2, "Innen") + r("b") + be(2) + be(1)),
             {"Aussen=X", "Innen=Y"}, {"YX"}, "YX");
@@ -217,7 +224,8 @@ private slots:
         if (qEnvironmentVariableIsSet("ZW_SHOW_XML"))
             main.save(std::cout);
         QCOMPARE(OoxmlTestPackage::paragraphs(main), paragraphs);
-        QCOMPARE(bookmarkText(main, first.toUtf8().constData()), firstHolds);
+        if (!firstHolds.isNull())
+            QCOMPARE(bookmarkText(main, first.toUtf8().constData()), firstHolds);
         QCOMPARE(int(main.select_nodes(xpath.toUtf8().constData()).size()), xpathCount);
         // Every marker of the template is still there, and every pair still pairs.
         QCOMPARE(markers(main).size(), markers(before).size());

@@ -264,8 +264,8 @@ int main(int argc, char** argv)
         std::printf("generated %s: %lld bytes\n", qPrintable(QFileInfo(large).fileName()),
                     QFileInfo(large).size());
         const auto largeValue = [](const QString& name) { return QStringLiteral("Wert ") + name; };
-        const double largeFill =
-            measure(2, largeOnly ? 60 : 20, [&] { return fillOnce(engine, large, out, largeValue); });
+        const double largeFill = measure(2, largeOnly ? 60 : 20,
+                                         [&] { return fillOnce(engine, large, out, largeValue); });
         const double largeRezip = measure(2, 20, [&] { return rezipOnce(large, out, true); });
         const double largeCopy = measure(2, 20, [&] { return rezipOnce(large, out, false); });
         report("200 pages, 500 bookmarks, median of 20 after 2 warm-up:", largeFill, largeRezip,

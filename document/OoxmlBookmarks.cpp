@@ -38,7 +38,8 @@ template <typename Visit> void walk(pugi::xml_node root, const Visit& visit)
 bool isMarker(const pugi::xml_node& node, bool& start)
 {
     const char* name = node.name();
-    if (name[0] != 'w' || name[1] != ':' || name[2] != 'b' || std::strncmp(name, "w:bookmark", 10) != 0)
+    if (name[0] != 'w' || name[1] != ':' || name[2] != 'b' ||
+        std::strncmp(name, "w:bookmark", 10) != 0)
         return false;
     if (std::strcmp(name + 10, "Start") == 0) {
         start = true;
@@ -84,7 +85,8 @@ OoxmlBookmarks::scan(const std::vector<Story>& stories)
             std::string id = n.attribute("w:id").value();
             for (pugi::xml_node up = n.parent(); up && up != story.root; up = up.parent()) {
                 if (std::strcmp(up.name(), "w:txbxContent") == 0) {
-                    id += '@' + std::to_string(reinterpret_cast<std::uintptr_t>(up.internal_object()));
+                    id += '@' +
+                          std::to_string(reinterpret_cast<std::uintptr_t>(up.internal_object()));
                     break;
                 }
             }

@@ -321,8 +321,7 @@ void OoxmlDocument::refuseSave(const QString& cause, const QString& detail) cons
 {
     const QString shown = m_templatePath.isEmpty() ? QStringLiteral("(leeres Dokument)")
                                                    : QDir::toNativeSeparators(m_templatePath);
-    VuLog(LogLevel::Error,
-          QStringLiteral("Prüfung vor dem Speichern (%1): %2").arg(shown, detail));
+    VuLog(LogLevel::Error, QStringLiteral("Prüfung vor dem Speichern (%1): %2").arg(shown, detail));
     throw ZwError(DocumentError::ResultInvalid,
                   QStringLiteral("Das Dokument aus der Vorlage \"%1\" wurde nicht gespeichert, "
                                  "weil es fehlerhaft geworden wäre: %2 Die Vorlage bleibt "
@@ -363,7 +362,8 @@ void OoxmlDocument::verify(std::vector<std::pair<int, std::string>>& written,
     zip_error_init(&error);
     zip_source_t* source =
         zip_source_buffer_create(bytes.constData(), zip_uint64_t(bytes.size()), 0, &error);
-    zip_t* zip = source ? zip_open_from_source(source, ZIP_RDONLY | ZIP_CHECKCONS, &error) : nullptr;
+    zip_t* zip =
+        source ? zip_open_from_source(source, ZIP_RDONLY | ZIP_CHECKCONS, &error) : nullptr;
     zip_int64_t count = -1;
     if (zip) {
         count = zip_get_num_entries(zip, 0);

@@ -221,9 +221,9 @@ void OoxmlTemplate::read(const OoxmlLimits& limits)
         m_mainIsDocument = OoxmlXml::parse(written, typesText).isEmpty();
         for (pugi::xml_node node : written.document_element().children("Override")) {
             if (lowerAscii(withoutLeadingSlash(node.attribute("PartName").value())) == mainKey)
-                m_mainIsDocument = m_mainIsDocument &&
-                                   std::strcmp(node.attribute("ContentType").value(),
-                                               documentMainType) == 0;
+                m_mainIsDocument =
+                    m_mainIsDocument &&
+                    std::strcmp(node.attribute("ContentType").value(), documentMainType) == 0;
         }
     }
     m_replacements[typesEntry->name] = OoxmlZipWriter::compress(typesText, 9);

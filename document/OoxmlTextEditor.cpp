@@ -1,11 +1,11 @@
 #include "document/OoxmlTextEditor.h"
 
-#include <cstring>
 #include <algorithm>
+#include <cstring>
 #include <map>
+#include <string>
 #include <unordered_map>
 #include <unordered_set>
-#include <string>
 #include <vector>
 
 namespace
@@ -545,8 +545,7 @@ void renumber(pugi::xml_node root, OoxmlTextEditor::Ids& ids)
 
 } // namespace
 
-std::vector<pugi::xml_node> OoxmlTextEditor::splitAt(TextPosition pos, pugi::xml_node top,
-                                                     Ids& ids)
+std::vector<pugi::xml_node> OoxmlTextEditor::splitAt(TextPosition pos, pugi::xml_node top, Ids& ids)
 {
     // Every element from the position up to top is split; the second halves, with copies of
     // the attributes and properties of the first, follow top and receive what lay after pos.

@@ -219,9 +219,9 @@ QString parse(pugi::xml_document& dom, const std::string& text, ParseInfo* info)
 {
     // pugixml tells UTF-16 and UTF-32 by their byte order mark or by the pattern of "<?"; 8-bit
     // text is read in the encoding its declaration names.
-    const bool wide = text.size() >= 2 && (text[0] == 0 || text[1] == 0 ||
-                                           (text[0] == '\xFE' && text[1] == '\xFF') ||
-                                           (text[0] == '\xFF' && text[1] == '\xFE'));
+    const bool wide = text.size() >= 2 &&
+                      (text[0] == 0 || text[1] == 0 || (text[0] == '\xFE' && text[1] == '\xFF') ||
+                       (text[0] == '\xFF' && text[1] == '\xFE'));
     pugi::xml_encoding encoding = pugi::encoding_auto;
     std::string converted;
     const std::string* source = &text;
@@ -251,8 +251,8 @@ QString parse(pugi::xml_document& dom, const std::string& text, ParseInfo* info)
         if (encoding == pugi::encoding_utf8 && !isValidUtf8(source->data(), source->size()))
             return QStringLiteral("ungültige UTF-8-Zeichen");
     }
-    const pugi::xml_parse_result result = dom.load_buffer(
-        source->data(), source->size(), parseFlags | pugi::parse_doctype, encoding);
+    const pugi::xml_parse_result result =
+        dom.load_buffer(source->data(), source->size(), parseFlags | pugi::parse_doctype, encoding);
     if (result) {
         for (pugi::xml_node n = dom.first_child(); n;) {
             pugi::xml_node next = n.next_sibling();

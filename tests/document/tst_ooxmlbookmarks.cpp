@@ -112,8 +112,8 @@ private slots:
         auto row = [](const char* tag, const std::string& body, const QStringList& fills,
                       const QStringList& paragraphs, const QString& firstHolds,
                       const char* xpath = "/", int count = 1) {
-            QTest::newRow(tag) << QString::fromStdString(body) << fills << paragraphs
-                               << firstHolds << QString::fromLatin1(xpath) << count;
+            QTest::newRow(tag) << QString::fromStdString(body) << fills << paragraphs << firstHolds
+                               << QString::fromLatin1(xpath) << count;
         };
         // LibreOffice 7.4 writes [PLZ][Ort] like this.
         const std::string adjacent = p(r("Ort: ") + bs(0, "PLZ") + r("12345 ") + bs(1, "Ort") +
@@ -143,11 +143,9 @@ private slots:
             {"Aussen=X", "Innen=Y"}, {"YX"}, "YX");
         row("comment range inside a filled range stays, with its reference",
             p(bs(1, "B") + "<w:commentRangeStart w:id=\"0\"/>" + r("alt") +
-              "<w:commentRangeEnd w:id=\"0\"/><w:r><w:commentReference w:id=\"0\"/></w:r>" +
-              be(1)),
+              "<w:commentRangeEnd w:id=\"0\"/><w:r><w:commentReference w:id=\"0\"/></w:r>" + be(1)),
             {"B=neu"}, {"neu"}, "neu",
-            "//w:commentRangeStart/following::w:commentRangeEnd/following::w:commentReference",
-            1);
+            "//w:commentRangeStart/following::w:commentRangeEnd/following::w:commentReference", 1);
         row("comment range reaching out of the range shrinks to the edge",
             p(r("a") + bs(1, "B") + r("b") + "<w:commentRangeStart w:id=\"0\"/>" + r("c") + be(1) +
               r("d") + "<w:commentRangeEnd w:id=\"0\"/>"),
@@ -177,7 +175,8 @@ private slots:
             "//w:fldChar[@w:fldCharType='begin']/following::w:fldChar[@w:fldCharType='end']", 1);
         row("a range out of a field result keeps the field whole",
             p(r("a") + fld("begin") + "<w:r><w:instrText> PAGE </w:instrText></w:r>" +
-              fld("separate") + r("1") + bs(1, "B") + r("2") + fld("end") + r("c") + be(1) + r("z")),
+              fld("separate") + r("1") + bs(1, "B") + r("2") + fld("end") + r("c") + be(1) +
+              r("z")),
             {"B=X"}, {"a1Xz"}, "X", "//w:fldChar", 3);
         row("a whole field inside goes with the range",
             p(bs(1, "B") + fld("begin") + "<w:r><w:instrText> PAGE </w:instrText></w:r>" +
@@ -261,7 +260,8 @@ private slots:
         defaultNs.replace(" w:id", " xmlns:w=\"http://schemas.openxmlformats.org/"
                                    "wordprocessingml/2006/main\" w:id");
         QByteArray latin1 = plain;
-        latin1.replace("encoding=\"UTF-8\"", "encoding=\"windows-1252\"").replace("Herrn", "H\xE9rrn");
+        latin1.replace("encoding=\"UTF-8\"", "encoding=\"windows-1252\"")
+            .replace("Herrn", "H\xE9rrn");
         QByteArray doctype = plain;
         doctype.replace("?>\r\n", "?>\r\n<!DOCTYPE w:document [<!ENTITY a \"aaaa\">]>");
         QTest::newRow("UTF-8") << plain << types;

@@ -55,8 +55,8 @@ class TstTemplateCorpus : public QObject
                 const QString file = it.next();
                 QFile f(file);
                 f.open(QIODevice::ReadOnly);
-                entries.push_back({QDir(path).relativeFilePath(file).toStdString(),
-                                   f.readAll().toStdString()});
+                entries.push_back(
+                    {QDir(path).relativeFilePath(file).toStdString(), f.readAll().toStdString()});
             }
             const QString zip = m_dir.filePath(source + QStringLiteral(".dotx"));
             return writeZip(zip, entries) ? zip : QString();
@@ -100,30 +100,34 @@ private Q_SLOTS:
         // only the pair in the last one, of a repeated name only the first pair.
         QTest::newRow("LibreOffice 7.4")
             << QStringLiteral("libreoffice-brief.fodt")
-            << QStringList{"Name=Max Müller",      "PLZ=10115 ",
-                           "Ort=Berlin",           "Betreff=Ihre Anfrage",
-                           "Datum=23.11.2026",     "Anrede=Sehr geehrter Herr Müller",
-                           "Telefon=030 1234567",  "VonFirma=Muster AG"}
-            << QStringList{"Max Müller",        "Ort: 10115 Berlin (Deutschland)",
-                           "Betreff Zeile eins", "Ihre Anfrage",
-                           "23.11.2026",        "Text nach dem Datum",
-                           "Anrede: Sehr geehrter Herr Müller,", "Telefon",
-                           "030 1234567",       "Mit freundlichen Grüßen"}
+            << QStringList{"Name=Max Müller",     "PLZ=10115 ",
+                           "Ort=Berlin",          "Betreff=Ihre Anfrage",
+                           "Datum=23.11.2026",    "Anrede=Sehr geehrter Herr Müller",
+                           "Telefon=030 1234567", "VonFirma=Muster AG"}
+            << QStringList{"Max Müller",
+                           "Ort: 10115 Berlin (Deutschland)",
+                           "Betreff Zeile eins",
+                           "Ihre Anfrage",
+                           "23.11.2026",
+                           "Text nach dem Datum",
+                           "Anrede: Sehr geehrter Herr Müller,",
+                           "Telefon",
+                           "030 1234567",
+                           "Mit freundlichen Grüßen"}
             << QStringList{"Anrede"}
             << QStringList{"Musterstadt", "23.11.202623.11.2026", "Ihre AnfrageIhre Anfrage"};
         QTest::newRow("python-docx")
             << QStringLiteral("python-docx-brief.docx")
             << QStringList{"Firma=Muster AG", "Kunde=Herr Müller", "Preis=99,00 EUR"}
             << QStringList{"Angebot", "An: Muster AG", "Herr Müller, wir danken für Ihre Anfrage.",
-                           "Preis", "99,00 EUR", "Gruß"}
+                           "Preis",   "99,00 EUR",     "Gruß"}
             << QStringList{"Kunde"} << QStringList{"0,00 EUR"};
-        QTest::newRow("pandoc")
-            << QStringLiteral("pandoc-brief.docx")
-            << QStringList{"Kunde=Max Müller", "Strasse=Hauptstraße 1", "Ort=10115 Berlin",
-                           "Betrag=12,50"}
-            << QStringList{"Rechnung", "Kunde: Max Müller", "Hauptstraße 1, 10115 Berlin",
-                           "Betrag: 12,50 EUR"}
-            << QStringList{"Betrag"} << QStringList{"Kundenname", "PLZ Ort"};
+        QTest::newRow("pandoc") << QStringLiteral("pandoc-brief.docx")
+                                << QStringList{"Kunde=Max Müller", "Strasse=Hauptstraße 1",
+                                               "Ort=10115 Berlin", "Betrag=12,50"}
+                                << QStringList{"Rechnung", "Kunde: Max Müller",
+                                               "Hauptstraße 1, 10115 Berlin", "Betrag: 12,50 EUR"}
+                                << QStringList{"Betrag"} << QStringList{"Kundenname", "PLZ Ort"};
         QTest::newRow("Python ElementTree: prefix ns0, UTF-16")
             << QStringLiteral("elementtree-utf16.docx")
             << QStringList{"Kunde=Max Müller", "Betrag=12,50"}
@@ -131,13 +135,14 @@ private Q_SLOTS:
             << QStringList{"Betrag"} << QStringList{"Kundenname"};
         QTest::newRow("hand-written in Word's habits")
             << QStringLiteral("word-habits")
-            << QStringList{"Empfaenger=Max Müller", "Text1=Formularwert", "Kommentiert=neuer Text",
-                           "Stand=23.11.2026", "Kasten=Text im Kasten", "Kopf=Muster AG"}
+            << QStringList{"Empfaenger=Max Müller",  "Text1=Formularwert",
+                           "Kommentiert=neuer Text", "Stand=23.11.2026",
+                           "Kasten=Text im Kasten",  "Kopf=Muster AG"}
             << QStringList{"An: Max Müller", "Feld: Formularwert Ende", "Notiz: neuer Text",
                            "Schlusssatz"}
             << QStringList{"Empfaenger"}
-            << QStringList{"Klicken Sie hier", "Kasteninhalt", "alter Text", "FORMTEXT",
-                           "showingPlcHdr", "w:val=\"Platzhaltertext\""};
+            << QStringList{"Klicken Sie hier", "Kasteninhalt",  "alter Text",
+                           "FORMTEXT",         "showingPlcHdr", "w:val=\"Platzhaltertext\""};
     }
     void fillsAndReadsBack()
     {

@@ -43,19 +43,12 @@ pugi::xml_node placeholderControl(pugi::xml_node node)
 std::vector<pugi::xml_node> runsOf(pugi::xml_node content)
 {
     std::vector<pugi::xml_node> runs;
-    for (pugi::xml_node n = content.first_child(); n && n != content;) {
-        if (std::strcmp(n.name(), "w:r") == 0) {
+    OoxmlXml::forEachBelow(content, [&runs](pugi::xml_node n) {
+        const bool run = std::strcmp(n.name(), "w:r") == 0;
+        if (run)
             runs.push_back(n);
-        } else if (n.first_child()) {
-            n = n.first_child();
-            continue;
-        }
-        while (n != content && !n.next_sibling())
-            n = n.parent();
-        if (n == content)
-            break;
-        n = n.next_sibling();
-    }
+        return !run;
+    });
     return runs;
 }
 

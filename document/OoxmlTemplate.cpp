@@ -268,22 +268,14 @@ namespace
 // Highest numeric w:id below root; iterative, the depth being the input's.
 long long highestId(pugi::xml_node root, long long highest)
 {
-    for (pugi::xml_node n = root; n;) {
+    OoxmlXml::forEachBelow(root, [&highest](pugi::xml_node n) {
         if (pugi::xml_attribute id = n.attribute("w:id")) {
             const long long value = id.as_llong();
             if (value > highest && value < (1ll << 53))
                 highest = value;
         }
-        if (n.first_child()) {
-            n = n.first_child();
-            continue;
-        }
-        while (n != root && !n.next_sibling())
-            n = n.parent();
-        if (n == root)
-            break;
-        n = n.next_sibling();
-    }
+        return true;
+    });
     return highest;
 }
 

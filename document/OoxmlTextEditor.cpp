@@ -1,5 +1,7 @@
 #include "document/OoxmlTextEditor.h"
 
+#include "document/OoxmlXml.h"
+
 #include <algorithm>
 #include <cstring>
 #include <map>
@@ -300,19 +302,11 @@ void bookmarkStartsIn(pugi::xml_node root, const OoxmlTextEditor::MarkerRemoved&
 {
     if (!removed)
         return;
-    for (pugi::xml_node n = root.first_child(); n && n != root;) {
+    OoxmlXml::forEachBelow(root, [&removed](pugi::xml_node n) {
         if (is(n, "w:bookmarkStart"))
             removed(n);
-        if (n.first_child()) {
-            n = n.first_child();
-            continue;
-        }
-        while (n != root && !n.next_sibling())
-            n = n.parent();
-        if (n == root)
-            break;
-        n = n.next_sibling();
-    }
+        return true;
+    });
 }
 
 } // namespace
@@ -525,22 +519,14 @@ namespace
 // unique (content controls, tracked changes, property changes).
 void renumber(pugi::xml_node root, OoxmlTextEditor::Ids& ids)
 {
-    for (pugi::xml_node n = root; n;) {
+    OoxmlXml::forEachBelow(root, [&ids](pugi::xml_node n) {
         if (pugi::xml_attribute id = n.attribute("w:id"))
             id.set_value(ids.take().c_str());
         // A content control's id is an element of its properties.
         if (is(n, "w:id") && is(n.parent(), "w:sdtPr"))
             n.attribute("w:val").set_value(ids.take().c_str());
-        if (n.first_child()) {
-            n = n.first_child();
-            continue;
-        }
-        while (n != root && !n.next_sibling())
-            n = n.parent();
-        if (n == root)
-            break;
-        n = n.next_sibling();
-    }
+        return true;
+    });
 }
 
 } // namespace

@@ -42,6 +42,23 @@ std::string relsPathOf(const std::string& part);
 // The part a relationships part belongs to ("word/_rels/document.xml.rels" -> "word/document.xml").
 std::string sourceOfRels(const std::string& relsPath);
 
+// Visits root and every node below it in document order, without recursion (the depth of a
+// part is the input's to choose). visit(node) returns false to pass over the node's children.
+template <typename Visit> void forEachBelow(pugi::xml_node root, const Visit& visit)
+{
+    for (pugi::xml_node n = root; n;) {
+        if (visit(n) && n.first_child()) {
+            n = n.first_child();
+            continue;
+        }
+        while (n != root && !n.next_sibling())
+            n = n.parent();
+        if (n == root)
+            break;
+        n = n.next_sibling();
+    }
+}
+
 // Last segment of a relationship type URI ("…/relationships/header" -> "header").
 std::string relationshipKind(const char* type);
 

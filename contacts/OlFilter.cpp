@@ -258,6 +258,15 @@ private:
 
     NodePtr parseUnary()
     {
+        // Each "(" and "not" nests one level deeper in this parser; the input must not decide
+        // how deep the stack grows.
+        struct Level {
+            int& depth;
+            ~Level() { --depth; }
+        } level{++m_depth};
+        if (m_depth > 200)
+            fail(m_s, QStringLiteral("zu tief geschachtelt (mehr als 200 Klammern oder \"not\")"),
+                 m_i);
         if (keyword(u"not"))
             return combine(Node::Type::Not, parseUnary(), nullptr);
         skipBlanks();
@@ -406,6 +415,7 @@ private:
     const QString& m_s;
     QList<OlFilter::Property>& m_properties;
     qsizetype m_i = 0;
+    int m_depth = 0;
     qsizetype m_literalAt = 0;
 };
 

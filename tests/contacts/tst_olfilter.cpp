@@ -3,6 +3,7 @@
 
 #include <QDate>
 #include <QTest>
+#include <string>
 
 namespace
 {
@@ -135,6 +136,10 @@ private slots:
             "\"and\", \"or\" oder Ende der Bedingung erwartet", 18);
         row("date property with a non-date", "[Birthday] = 'gestern'", "\"gestern\" ist kein Datum",
             14);
+        // Found by fuzzing: 2,456 "(" overflowed the stack of the parser (under ASan).
+        const std::string deep = std::string(201, '(') + "[LastName] = 'x'" + std::string(201, ')');
+        row("nested deeper than 200 levels", deep.c_str(),
+            "zu tief geschachtelt (mehr als 200 Klammern oder \"not\")", 201);
     }
 
     void rejects()

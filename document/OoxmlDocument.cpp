@@ -39,13 +39,34 @@ pugi::xml_node placeholderControl(pugi::xml_node node)
     return pugi::xml_node();
 }
 
-// Text runs of a control's content (its placeholder), without recursion.
-std::vector<pugi::xml_node> runsOf(pugi::xml_node content)
+// A run of nothing but text (no text box, picture, field or reference in it).
+bool isPlainTextRun(pugi::xml_node run)
+{
+    static const char* const plain[] = {"w:rPr",
+                                        "w:t",
+                                        "w:tab",
+                                        "w:br",
+                                        "w:cr",
+                                        "w:sym",
+                                        "w:noBreakHyphen",
+                                        "w:softHyphen",
+                                        "w:lastRenderedPageBreak"};
+    for (pugi::xml_node child : run.children()) {
+        if (std::none_of(std::begin(plain), std::end(plain), [&child](const char* name) {
+                return std::strcmp(child.name(), name) == 0;
+            }))
+            return false;
+    }
+    return true;
+}
+
+// The plain text runs of a control's content (its placeholder), without recursion.
+std::vector<pugi::xml_node> placeholderRuns(pugi::xml_node content)
 {
     std::vector<pugi::xml_node> runs;
     OoxmlXml::forEachBelow(content, [&runs](pugi::xml_node n) {
         const bool run = std::strcmp(n.name(), "w:r") == 0;
-        if (run)
+        if (run && isPlainTextRun(n))
             runs.push_back(n);
         return !run;
     });
@@ -273,7 +294,7 @@ void OoxmlDocument::fillPlace(const Place& place, const QString& text,
             style && m_template->isPlaceholderStyle(style.attribute("w:val").value()))
             rPr.remove_child(style);
         sdtPr.remove_child("w:showingPlcHdr");
-        for (pugi::xml_node run : runsOf(control.child("w:sdtContent")))
+        for (pugi::xml_node run : placeholderRuns(control.child("w:sdtContent")))
             run.parent().remove_child(run);
     } else {
         rPr = OoxmlTextEditor::formattingAt(place.start, place.end, holder);

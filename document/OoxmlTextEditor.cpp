@@ -346,14 +346,16 @@ TextPosition OoxmlTextEditor::replaceRange(pugi::xml_node start, pugi::xml_node 
                 markers.push_back(n);
             }
             n = nextSkipping(n);
-        } else if (is(n, "w:r")) {
-            if (hasChild(n, "w:fldChar") || hasChild(n, "w:instrText"))
-                fieldRuns.push_back(n);
-            else if (hasChild(n, "w:commentReference") || hasChild(n, "w:footnoteReference") ||
-                     hasChild(n, "w:endnoteReference"))
-                references.push_back(n);
+        } else if (is(n, "w:r") && (hasChild(n, "w:fldChar") || hasChild(n, "w:instrText"))) {
+            fieldRuns.push_back(n);
+            n = nextSkipping(n);
+        } else if (is(n, "w:r") &&
+                   (hasChild(n, "w:commentReference") || hasChild(n, "w:footnoteReference") ||
+                    hasChild(n, "w:endnoteReference"))) {
+            references.push_back(n);
             n = nextSkipping(n);
         } else {
+            // Other runs are searched too: a text box inside one holds markers of its own.
             n = nextInOrder(n);
         }
     }

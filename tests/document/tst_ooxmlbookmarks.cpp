@@ -138,6 +138,20 @@ private slots:
                   "</w:txbxContent></v:textbox></v:shape></w:pict></w:r>") +
                 p(bs(6, "A") + r("c") + be(6)),
             {"A=X"}, {"a", "k", "k", "X"}, QString()); // the helper would pair into the box
+        // Found by fuzzing: the text box went with the range, and its bookmark with it.
+        const std::string box = p(bs(5, "K") + r("k") + be(5));
+        row("a text box inside a filled range: its bookmark is kept",
+            p(bs(1, "A") + r("a") +
+              "<w:r><mc:AlternateContent><mc:Choice Requires=\"wps\"><w:drawing><wps:wsp>"
+              "<wps:txbx><w:txbxContent>" +
+              box +
+              "</w:txbxContent></wps:txbx></wps:wsp></w:drawing></mc:Choice><mc:Fallback>"
+              "<w:pict><v:shape><v:textbox><w:txbxContent>" +
+              box +
+              "</w:txbxContent></v:textbox></v:shape></w:pict></mc:Fallback>"
+              "</mc:AlternateContent></w:r>" +
+              be(1)),
+            {"A=X", "K=Y"}, {"YX"}, "YX");
         row("nested: filling the outer one keeps the inner one's markers",
             p(bs(1, "Aussen") + r("a") + bs(2, "Innen") + r("b") + be(2) + be(1)),
             {"Aussen=X", "Innen=Y"}, {"YX"}, "YX");

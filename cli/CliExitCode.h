@@ -14,4 +14,5 @@ inline constexpr int NoAssignment = 6;     // the template has no field assignme
 inline constexpr int OutputFolder = 7;     // the output folder is missing or not writable
 inline constexpr int DocumentFailed = 8;   // the document could not be made or saved
 inline constexpr int Settings = 9;         // the stored settings cannot be read
+inline constexpr int BookmarkFailed = 10;  // saved, but a bookmark could not be filled
 } // namespace CliExitCode

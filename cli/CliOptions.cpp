@@ -276,6 +276,8 @@ QString CliOptions::helpText()
         "  7  Ausgabeordner fehlt oder ist nicht beschreibbar\n"
         "  8  Dokument konnte nicht erstellt oder gespeichert werden\n"
         "  9  Einstellungen können nicht gelesen werden\n"
+        "  10 Dokument gespeichert, aber eine Textmarke konnte nicht gefüllt werden (welche und\n"
+        "     warum, steht in der Fehlerausgabe)\n"
         "\n"
         "Beispiele:\n"
         "  zettelwerk-cli --kontakt max.vcf --vorlage Bsp-Brief.dotx\n"

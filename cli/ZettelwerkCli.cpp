@@ -7,6 +7,7 @@
 #include "contacts/ClsFieldsString.h"
 #include "contacts/OlItem.h"
 #include "document/ClsWord.h"
+#include "document/DocumentErrors.h"
 #include "document/FieldAssignmentDefaults.h"
 #include "document/FieldAssignments.h"
 #include "document/OoxmlEngine.h"
@@ -102,7 +103,15 @@ int ZettelwerkCli::run(const QStringList& arguments)
             return CliExitCode::Ok;
         }
         CliUserInterface::printOut(shown(fill(options, contact)));
-        return CliExitCode::Ok;
+        // The document is there, but not as the assignments ask: say which bookmark and why.
+        for (const BookmarkFailure& failure : m_bookmarkFailures)
+            CliUserInterface::printError(
+                QStringLiteral("Die Textmarke '%1' (zugeordnet: %2) wurde nicht gefüllt: %3")
+                    .arg(failure.bookmark, failure.field,
+                         failure.cause.description().isEmpty()
+                             ? QStringLiteral("unbekannter Fehler")
+                             : failure.cause.description()));
+        return m_bookmarkFailures.isEmpty() ? CliExitCode::Ok : CliExitCode::BookmarkFailed;
     } catch (const CliFailure& failure) {
         CliUserInterface::printError(failure.message());
         return failure.exitCode();
@@ -321,8 +330,14 @@ QString ZettelwerkCli::fill(const CliOptions& o, const ContactItem& contact)
                                              .arg(bookmark, field));
     }
 
+    QList<BookmarkFailure> failures;
     FillWordBookmarks(m_assignments, position, word, document, resolverFor(o, contact),
-                      m_specialFields);
+                      m_specialFields, {}, &failures);
+    // A bookmark the template lacks was named above already.
+    for (const BookmarkFailure& failure : failures) {
+        if (failure.cause.number() != DocumentError::BookmarkMissing)
+            m_bookmarkFailures.append(failure);
+    }
     QString saved = document->savedPath();
     if (saved.isEmpty()) {
         // The fill saves the document; its reason for failing went to the log, so ask again.

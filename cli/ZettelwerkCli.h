@@ -42,4 +42,6 @@ private:
     FieldAssignmentList m_assignments;
     QString m_specialFields;
     std::unique_ptr<ClsOutlookVgContactFolder> m_folder;
+    // Bookmarks the last fill could not write.
+    QList<BookmarkFailure> m_bookmarkFailures;
 };

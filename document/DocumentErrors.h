@@ -25,4 +25,7 @@ constexpr long NotResponding = 4198;
 constexpr long OfficeMissing = 429;
 // The document could not be written into the output folder.
 constexpr long SaveFailed = 75;
+// The document would have been damaged; it was not written (the check before saving; Word
+// has no such number, so one above its own range is used).
+constexpr long ResultInvalid = 9100;
 } // namespace DocumentError

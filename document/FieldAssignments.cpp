@@ -2,6 +2,7 @@
 
 #include "contacts/ClsFieldsString.h"
 #include "contacts/ContactFieldCatalogue.h"
+#include "document/DocumentFailureCollector.h"
 #include "document/FailureLog.h"
 #include "document/FieldAssignmentList.h"
 #include "util/ErrorRoutine.h"
@@ -140,7 +141,8 @@ QString ResolveFieldText(const ContactFieldResolver& item, const QString& field,
 
 void FillWordBookmarks(const FieldAssignmentList& list, int templatePosition, ClsWord& word,
                        const WordDocument& document, const ContactFieldResolver& item,
-                       const QString& specialFieldsString, const DateSource& today)
+                       const QString& specialFieldsString, const DateSource& today,
+                       QList<BookmarkFailure>* failures)
 {
     if (templatePosition == 0)
         return;
@@ -165,18 +167,40 @@ void FillWordBookmarks(const FieldAssignmentList& list, int templatePosition, Cl
     }
 
     const QStringList tokens = pairs.split(QLatin1Char('|'));
-    for (const QString& token : tokens) {
+    for (qsizetype i = 0; i < tokens.size(); ++i) {
+        const QString& token = tokens.at(i);
         if (token.isEmpty())
             break;
         bookmark.clear();
         QString field = QStringLiteral("-");
         splitPair(token, bookmark, field);
+        DocumentFailureCollector collector;
+        bool ended = false;
         try {
             const QString text = ResolveFieldText(item, field, specialFieldsString, today);
-            word.SetText(document, text, bookmark);
+            // SetText reports its own failure only to the log, which the collector sees.
+            if (!word.SetText(document, text, bookmark) && failures)
+                failures->append({bookmark, field,
+                                  collector.failures().isEmpty()
+                                      ? ZwError(0, QString())
+                                      : collector.failures().constLast().cause});
         } catch (...) {
-            if (failed())
-                break;
+            if (failures)
+                failures->append({bookmark, field, vuErrorFromCurrentException()});
+            ended = failed();
+        }
+        if (ended) {
+            for (qsizetype rest = i + 1; failures && rest < tokens.size(); ++rest) {
+                QString name, restField = QStringLiteral("-");
+                if (tokens.at(rest).isEmpty())
+                    break;
+                if (splitPair(tokens.at(rest), name, restField) && restField != u'-')
+                    failures->append(
+                        {name, restField,
+                         ZwError(0, QStringLiteral("nicht geschrieben, weil die Übertragung nach "
+                                                   "dem zweiten Fehler endete"))});
+            }
+            break;
         }
         ui().doEvents();
     }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "document/ClsWord.h"
+#include "util/ZwError.h"
 
 #include <QDate>
 #include <QList>
@@ -45,15 +46,25 @@ struct BookmarkRow {
 QString ResolveFieldText(const ContactFieldResolver& item, const QString& field,
                          const QString& specialFieldsString, const DateSource& today = {});
 
+// A bookmark the fill could not write, and why (German).
+struct BookmarkFailure {
+    QString bookmark;
+    QString field;
+    ZwError cause;
+};
+
 // Writes the resolved text of every bookmark of the template at templatePosition (1-based;
 // 0: nothing) into the document through word.SetText, in the entry's order; the walk ends at
 // the first empty pair ("||"). A failing bookmark is logged ("FillWordBookmarks: Textmarke = "
 // + name) and skipped; a second failure ends the walk. Text already written stays. At the end
 // the document is handed to the user through word.presentDocument (saved, and opened when the
 // word processor is visible), also after the walk ended early. Never raises, never shows a box.
+// With failures given, every bookmark that was not written (a failed write, a failed look-up,
+// or left over when a second failure ended the walk) is added to it.
 void FillWordBookmarks(const FieldAssignmentList& list, int templatePosition, ClsWord& word,
                        const WordDocument& document, const ContactFieldResolver& item,
-                       const QString& specialFieldsString, const DateSource& today = {});
+                       const QString& specialFieldsString, const DateSource& today = {},
+                       QList<BookmarkFailure>* failures = nullptr);
 
 // The rows of a template's assignments, by key or by 1-based position; with withValues each
 // row's value is resolved. An empty key or position 0 gives no rows. An unknown template or a

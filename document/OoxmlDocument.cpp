@@ -5,6 +5,7 @@
 #include "document/OoxmlXml.h"
 #include "document/OoxmlZipWriter.h"
 #include "document/UniqueFileWriter.h"
+#include "util/ErrorRoutine.h"
 #include "util/ZwError.h"
 
 #include <QDir>
@@ -13,6 +14,7 @@
 #include <cstring>
 #include <deque>
 #include <unordered_set>
+#include <zip.h>
 
 namespace
 {
@@ -24,19 +26,51 @@ QString source()
 
 std::string keyOf(const QString& name)
 {
-    return name.toLower().toStdString();
+    return OoxmlBookmarks::keyOf(name);
 }
 
-pugi::xml_node nextElement(pugi::xml_node node)
+// The content control around a node, when it shows its placeholder text.
+pugi::xml_node placeholderControl(pugi::xml_node node)
 {
-    if (node.first_child())
-        return node.first_child();
-    while (node) {
-        if (node.next_sibling())
-            return node.next_sibling();
-        node = node.parent();
+    for (node = node.parent(); node; node = node.parent()) {
+        if (std::strcmp(node.name(), "w:sdt") == 0)
+            return node.child("w:sdtPr").child("w:showingPlcHdr") ? node : pugi::xml_node();
     }
     return pugi::xml_node();
+}
+
+// A run of nothing but text (no text box, picture, field or reference in it).
+bool isPlainTextRun(pugi::xml_node run)
+{
+    static const char* const plain[] = {"w:rPr",
+                                        "w:t",
+                                        "w:tab",
+                                        "w:br",
+                                        "w:cr",
+                                        "w:sym",
+                                        "w:noBreakHyphen",
+                                        "w:softHyphen",
+                                        "w:lastRenderedPageBreak"};
+    for (pugi::xml_node child : run.children()) {
+        if (std::none_of(std::begin(plain), std::end(plain), [&child](const char* name) {
+                return std::strcmp(child.name(), name) == 0;
+            }))
+            return false;
+    }
+    return true;
+}
+
+// The plain text runs of a control's content (its placeholder), without recursion.
+std::vector<pugi::xml_node> placeholderRuns(pugi::xml_node content)
+{
+    std::vector<pugi::xml_node> runs;
+    OoxmlXml::forEachBelow(content, [&runs](pugi::xml_node n) {
+        const bool run = std::strcmp(n.name(), "w:r") == 0;
+        if (run && isPlainTextRun(n))
+            runs.push_back(n);
+        return !run;
+    });
+    return runs;
 }
 
 } // namespace
@@ -44,7 +78,7 @@ pugi::xml_node nextElement(pugi::xml_node node)
 OoxmlDocument::OoxmlDocument(std::shared_ptr<const OoxmlTemplate> source, QString templatePath,
                              std::shared_ptr<OoxmlSession> session)
     : m_template(std::move(source)), m_templatePath(std::move(templatePath)),
-      m_session(std::move(session))
+      m_session(std::move(session)), m_ids(m_template->maxId() + 1)
 {
     m_parts.resize(std::size_t(m_template->partCount()));
     m_changedParts.assign(std::size_t(m_template->partCount()), false);
@@ -76,38 +110,13 @@ void OoxmlDocument::buildIndex() const
     if (m_indexed)
         return;
     auto* self = const_cast<OoxmlDocument*>(this);
+    std::vector<OoxmlBookmarks::Story> stories;
     for (int i = 0; i < m_template->partCount(); ++i) {
         const OoxmlTemplate::Part& part = m_template->part(i);
-        if (!part.story || !part.hasBookmarks)
-            continue;
-        pugi::xml_document& dom = self->writablePart(i);
-        // A start pairs with the next end of the same id; the copies of a text box kept for
-        // older readers (mc:Fallback) thus give a second place of the same bookmark.
-        std::unordered_map<std::string, std::deque<std::pair<std::string, std::size_t>>> open;
-        for (pugi::xml_node n = dom.first_child(); n; n = nextElement(n)) {
-            const char* name = n.name();
-            if (name[0] != 'w' || std::strncmp(name, "w:bookmark", 10) != 0)
-                continue;
-            const std::string id = n.attribute("w:id").value();
-            if (std::strcmp(name + 10, "Start") == 0) {
-                const QString bookmarkName = QString::fromUtf8(n.attribute("w:name").value());
-                if (bookmarkName.isEmpty())
-                    continue;
-                Bookmark& bookmark = m_bookmarks[keyOf(bookmarkName)];
-                if (bookmark.name.isEmpty())
-                    bookmark.name = bookmarkName;
-                bookmark.places.push_back(Place{i, n, pugi::xml_node()});
-                open[id].emplace_back(keyOf(bookmarkName), bookmark.places.size() - 1);
-            } else if (std::strcmp(name + 10, "End") == 0) {
-                auto it = open.find(id);
-                if (it == open.end() || it->second.empty())
-                    continue;
-                const auto [key, place] = it->second.front();
-                it->second.pop_front();
-                m_bookmarks[key].places[place].end = n;
-            }
-        }
+        if (part.story && part.hasBookmarks)
+            stories.push_back({i, self->writablePart(i).document_element()});
     }
+    m_bookmarks = OoxmlBookmarks::scan(stories);
     m_indexed = true;
     m_namesValid = false;
 }
@@ -223,7 +232,7 @@ void OoxmlDocument::typeText(const QString& text)
         pugi::xml_document holder;
         const pugi::xml_node rPr = OoxmlTextEditor::formattingAt(probe, probe, holder);
         probe.parent().remove_child(probe);
-        m_insertion = OoxmlTextEditor::insertText(m_insertion, text, rPr);
+        m_insertion = OoxmlTextEditor::insertText(m_insertion, text, rPr, m_ids);
         m_changedParts[std::size_t(m_insertionPart)] = true;
         m_dirty = true;
         return;
@@ -234,32 +243,25 @@ void OoxmlDocument::typeText(const QString& text)
         if (!isEditable(place.part, place.start))
             refuseProtected();
     }
+    // Copies for older readers that lie inside the replaced content go with it.
     std::unordered_set<pugi::xml_node_struct*> removedStarts;
     const auto removed = [&removedStarts](pugi::xml_node start) {
         removedStarts.insert(start.internal_object());
     };
     bool first = true;
-    for (Place& place : bookmark.places) {
+    for (const Place& place : bookmark.places) {
         if (removedStarts.count(place.start.internal_object()))
             continue;
-        if (!place.end) {
-            // A start without an end is read as an empty bookmark.
-            place.end = place.start.parent().insert_child_after("w:bookmarkEnd", place.start);
-            place.end.append_attribute("w:id") = place.start.attribute("w:id").value();
-        }
-        pugi::xml_document holder;
-        const pugi::xml_node rPr = OoxmlTextEditor::formattingAt(place.start, place.end, holder);
-        TextPosition pos = OoxmlTextEditor::replaceRange(place.start, place.end, removed);
-        pos = OoxmlTextEditor::insertText(pos, text, rPr);
+        TextPosition after;
+        fillPlace(place, text, removed, after);
         m_changedParts[std::size_t(place.part)] = true;
         if (first) {
-            m_insertion = pos;
+            m_insertion = after;
             m_insertionPart = place.part;
             first = false;
         }
     }
     if (!removedStarts.empty()) {
-        // Bookmarks that lay wholly inside the replaced content are gone, as in Word.
         for (auto& [key, other] : m_bookmarks) {
             auto& places = other.places;
             places.erase(std::remove_if(places.begin(), places.end(),
@@ -275,25 +277,121 @@ void OoxmlDocument::typeText(const QString& text)
     m_dirty = true;
 }
 
+void OoxmlDocument::fillPlace(const Place& place, const QString& text,
+                              const OoxmlTextEditor::MarkerRemoved& removed, TextPosition& after)
+{
+    pugi::xml_document holder;
+    pugi::xml_node rPr;
+    // Typing into a control that shows its placeholder replaces the placeholder and takes the
+    // control's own run formatting, or the placeholder's without the placeholder style.
+    if (pugi::xml_node control = placeholderControl(place.start)) {
+        pugi::xml_node sdtPr = control.child("w:sdtPr");
+        if (pugi::xml_node own = sdtPr.child("w:rPr"))
+            rPr = holder.append_copy(own);
+        else
+            rPr = OoxmlTextEditor::formattingAt(place.start, place.end, holder);
+        if (pugi::xml_node style = rPr.child("w:rStyle");
+            style && m_template->isPlaceholderStyle(style.attribute("w:val").value()))
+            rPr.remove_child(style);
+        sdtPr.remove_child("w:showingPlcHdr");
+        for (pugi::xml_node run : placeholderRuns(control.child("w:sdtContent")))
+            run.parent().remove_child(run);
+    } else {
+        rPr = OoxmlTextEditor::formattingAt(place.start, place.end, holder);
+    }
+    TextPosition pos = OoxmlTextEditor::replaceRange(place.start, place.end, removed);
+    pos = OoxmlTextEditor::outOfDeletion(pos, m_ids);
+    after = OoxmlTextEditor::insertText(pos, text, rPr, m_ids);
+}
+
 QByteArray OoxmlDocument::package() const
 {
     ensureUsable();
     const OoxmlPackage& package = m_template->package();
     OoxmlZipWriter writer;
+    std::vector<std::pair<int, std::string>> written;
     for (const OoxmlPackage::Entry& entry : package.entries()) {
         if (m_template->isDropped(entry.name))
             continue;
         const int part = m_template->partIndex(entry.name);
-        if (part >= 0 && m_changedParts[std::size_t(part)]) {
-            writer.addData(entry.name, OoxmlXml::serialize(*m_parts[std::size_t(part)]),
-                           m_session->compressionLevel);
+        const bool changed = part >= 0 && m_changedParts[std::size_t(part)];
+        if (changed || (part >= 0 && m_template->part(part).mustRewrite)) {
+            const pugi::xml_document& dom =
+                changed ? *m_parts[std::size_t(part)] : m_template->part(part).dom;
+            written.emplace_back(part, OoxmlXml::serialize(dom, entry.size + entry.size / 8));
+            writer.addData(entry.name, written.back().second, m_session->compressionLevel);
         } else if (const auto* replacement = m_template->replacement(entry.name)) {
             writer.addCompressed(entry.name, *replacement);
         } else {
             writer.addCopy(entry.name, package.archive(), entry.index);
         }
     }
-    return writer.finish();
+    QByteArray bytes = writer.finish();
+    verify(written, bytes);
+    return bytes;
+}
+
+void OoxmlDocument::refuseSave(const QString& cause, const QString& detail) const
+{
+    const QString shown = m_templatePath.isEmpty() ? QStringLiteral("(leeres Dokument)")
+                                                   : QDir::toNativeSeparators(m_templatePath);
+    VuLog(LogLevel::Error, QStringLiteral("Prüfung vor dem Speichern (%1): %2").arg(shown, detail));
+    throw ZwError(DocumentError::ResultInvalid,
+                  QStringLiteral("Das Dokument aus der Vorlage \"%1\" wurde nicht gespeichert, "
+                                 "weil es fehlerhaft geworden wäre: %2 Die Vorlage bleibt "
+                                 "unverändert.")
+                      .arg(shown, cause),
+                  source());
+}
+
+void OoxmlDocument::verify(std::vector<std::pair<int, std::string>>& written,
+                           const QByteArray& bytes) const
+{
+    if (!m_template->mainIsDocument())
+        refuseSave(QStringLiteral("Der Hauptteil wäre nicht als Dokument eingetragen."),
+                   QStringLiteral("[Content_Types].xml nennt den Hauptteil nicht als Dokument"));
+    for (auto& [part, text] : written) {
+        const OoxmlTemplate::Part& original = m_template->part(part);
+        const QString name = QString::fromStdString(original.name);
+        // Counted before the text is parsed in place (it is compressed already, no copy).
+        const OoxmlBookmarks::Census census =
+            original.story ? OoxmlBookmarks::census(text) : OoxmlBookmarks::Census();
+        const bool validUtf8 = OoxmlXml::isValidUtf8(text.data(), text.size());
+        pugi::xml_document dom;
+        const pugi::xml_parse_result parsed = dom.load_buffer_inplace(
+            text.data(), text.size(), pugi::parse_minimal, pugi::encoding_utf8);
+        if (!parsed || !validUtf8)
+            refuseSave(QStringLiteral("Ein Teil des Dokuments wäre kein gültiges XML."),
+                       QStringLiteral("%1: %2 an Position %3")
+                           .arg(name, QString::fromUtf8(parsed.description()))
+                           .arg(parsed.offset));
+        if (!original.story)
+            continue;
+        const QString cause = OoxmlBookmarks::compare(original.census, census);
+        if (!cause.isEmpty())
+            refuseSave(cause, name + QStringLiteral(": ") + cause);
+    }
+    // The package as a whole must open as a zip archive with every entry in it.
+    zip_error_t error;
+    zip_error_init(&error);
+    zip_source_t* source =
+        zip_source_buffer_create(bytes.constData(), zip_uint64_t(bytes.size()), 0, &error);
+    zip_t* zip =
+        source ? zip_open_from_source(source, ZIP_RDONLY | ZIP_CHECKCONS, &error) : nullptr;
+    zip_int64_t count = -1;
+    if (zip) {
+        count = zip_get_num_entries(zip, 0);
+        zip_discard(zip);
+    } else if (source) {
+        zip_source_free(source);
+    }
+    zip_error_fini(&error);
+    std::size_t expected = 0;
+    for (const OoxmlPackage::Entry& entry : m_template->package().entries())
+        expected += m_template->isDropped(entry.name) ? 0 : 1;
+    if (count < 0 || std::size_t(count) != expected)
+        refuseSave(QStringLiteral("Das ZIP-Archiv wäre unvollständig."),
+                   QStringLiteral("%1 statt %2 Einträge").arg(count).arg(expected));
 }
 
 QString OoxmlDocument::save(const QString& folder)

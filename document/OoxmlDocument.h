@@ -1,6 +1,7 @@
 #pragma once
 
 #include "document/EngineDocument.h"
+#include "document/OoxmlBookmarks.h"
 #include "document/OoxmlSession.h"
 #include "document/OoxmlTextEditor.h"
 
@@ -42,15 +43,8 @@ public:
     QByteArray package() const;
 
 private:
-    struct Place {
-        int part = -1;
-        pugi::xml_node start;
-        pugi::xml_node end;
-    };
-    struct Bookmark {
-        QString name;
-        std::vector<Place> places;
-    };
+    using Place = OoxmlBookmarks::Place;
+    using Bookmark = OoxmlBookmarks::Bookmark;
 
     void ensureUsable() const;
     pugi::xml_document& writablePart(int index);
@@ -58,6 +52,12 @@ private:
     const QStringList& names() const;
     bool isEditable(int part, pugi::xml_node node) const;
     [[noreturn]] void refuseProtected() const;
+    void fillPlace(const Place& place, const QString& text,
+                   const OoxmlTextEditor::MarkerRemoved& removed, TextPosition& after);
+    // The check before saving: raises ZwError(ResultInvalid) naming the template and the cause.
+    // Parses the written texts in place (they are compressed already).
+    void verify(std::vector<std::pair<int, std::string>>& written, const QByteArray& package) const;
+    [[noreturn]] void refuseSave(const QString& cause, const QString& detail) const;
 
     std::shared_ptr<const OoxmlTemplate> m_template;
     QString m_templatePath;
@@ -71,6 +71,7 @@ private:
     mutable QStringList m_names;
     mutable bool m_namesValid = false;
 
+    OoxmlTextEditor::Ids m_ids;
     std::string m_selected; // key of the selected bookmark; empty: the insertion point
     TextPosition m_insertion;
     int m_insertionPart = -1;

@@ -11,6 +11,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <algorithm>
 #include <sys/stat.h>
 
 namespace
@@ -189,7 +190,9 @@ std::shared_ptr<const OoxmlTemplate> OoxmlEngine::templateFor(const QString& pat
                       QStringLiteral("Die Dokumentvorlage \"%1\" kann nicht gelesen werden: %2")
                           .arg(shown, file.errorString()),
                       source());
-    QByteArray bytes = file.read(qint64(m_limits.maxFileBytes) + 1);
+    // Reserve what the file holds, not the limit: one byte more tells a file that grew.
+    const qint64 wanted = std::min<qint64>(st.st_size, qint64(m_limits.maxFileBytes)) + 1;
+    QByteArray bytes = file.read(wanted);
     if (quint64(bytes.size()) > m_limits.maxFileBytes)
         throw ZwError(DocumentError::BadTemplate,
                       QStringLiteral("Die Dokumentvorlage \"%1\" ist zu groß (mehr als %2 MB).")

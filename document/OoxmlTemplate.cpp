@@ -117,7 +117,9 @@ OoxmlTemplate::Part& OoxmlTemplate::parsePart(const std::string& entryName, bool
     auto part = std::make_unique<Part>();
     part->name = entry->name;
     part->story = story;
-    const QString reason = OoxmlXml::parse(part->dom, m_package->read(*entry));
+    OoxmlXml::ParseInfo info;
+    const QString reason = OoxmlXml::parse(part->dom, m_package->read(*entry), &info);
+    part->mustRewrite = info.mustRewrite;
     if (!reason.isEmpty())
         m_package->fail(QStringLiteral("Der Eintrag \"%1\" ist kein gültiges XML (%2).")
                             .arg(QString::fromStdString(entry->name), reason));
@@ -164,6 +166,7 @@ void OoxmlTemplate::read(const OoxmlLimits& limits)
                             .arg(QString::fromStdString(mainEntry->name)));
     mainName = mainEntry->name;
 
+    std::string stylesName;
     if (const OoxmlPackage::Entry* mainRels = m_package->find(OoxmlXml::relsPathOf(mainName))) {
         pugi::xml_document rels;
         reason = OoxmlXml::parse(rels, m_package->read(*mainRels));
@@ -176,11 +179,13 @@ void OoxmlTemplate::read(const OoxmlLimits& limits)
             const std::string kind = OoxmlXml::relationshipKind(rel.attribute("Type").value());
             const bool story =
                 kind == "header" || kind == "footer" || kind == "footnotes" || kind == "endnotes";
-            if (!story && kind != "settings")
-                continue;
             const OoxmlPackage::Entry* target =
                 m_package->find(OoxmlXml::resolveTarget(mainName, rel.attribute("Target").value()));
             if (!target)
+                continue;
+            if (kind == "styles")
+                stylesName = target->name;
+            if (!story && kind != "settings")
                 continue;
             Part& part = parsePart(target->name, story);
             if (kind == "settings")
@@ -189,13 +194,7 @@ void OoxmlTemplate::read(const OoxmlLimits& limits)
     }
 
     dropMacros(contentTypes);
-
-    // Entries are later copied without inflating; prove now that each one is sound, so that
-    // a damaged template is refused instead of passing its damage on.
-    for (const OoxmlPackage::Entry& entry : m_package->entries()) {
-        if (partIndex(entry.name) < 0 && !m_dropped.count(entry.name))
-            m_package->verify(entry);
-    }
+    checkOtherParts(stylesName);
 
     // Whatever the template's type, the result is a plain document.
     pugi::xml_node typesRoot = contentTypes.document_element();
@@ -215,8 +214,19 @@ void OoxmlTemplate::read(const OoxmlLimits& limits)
     if (!mainOverride.attribute("ContentType"))
         mainOverride.append_attribute("ContentType");
     mainOverride.attribute("ContentType").set_value(documentMainType);
-    m_replacements[typesEntry->name] =
-        OoxmlZipWriter::compress(OoxmlXml::serialize(contentTypes), 9);
+    const std::string typesText = OoxmlXml::serialize(contentTypes);
+    {
+        // What is saved must call the main part a document, whatever the template said.
+        pugi::xml_document written;
+        m_mainIsDocument = OoxmlXml::parse(written, typesText).isEmpty();
+        for (pugi::xml_node node : written.document_element().children("Override")) {
+            if (lowerAscii(withoutLeadingSlash(node.attribute("PartName").value())) == mainKey)
+                m_mainIsDocument =
+                    m_mainIsDocument &&
+                    std::strcmp(node.attribute("ContentType").value(), documentMainType) == 0;
+        }
+    }
+    m_replacements[typesEntry->name] = OoxmlZipWriter::compress(typesText, 9);
 
     if (m_settingsPart >= 0) {
         for (pugi::xml_node node : part(m_settingsPart).dom.document_element().children()) {
@@ -225,17 +235,97 @@ void OoxmlTemplate::read(const OoxmlLimits& limits)
         }
     }
 
-    QStringList names;
-    for (const auto& p : m_parts) {
-        if (!p->story)
-            continue;
-        for (pugi::xpath_node node : p->dom.select_nodes("//w:bookmarkStart")) {
-            names.append(QString::fromUtf8(node.node().attribute("w:name").value()));
-            p->hasBookmarks = true;
+    std::vector<OoxmlBookmarks::Story> stories;
+    for (int i = 0; i < partCount(); ++i) {
+        Part& p = *m_parts[std::size_t(i)];
+        if (p.story) {
+            stories.push_back({i, p.dom.document_element()});
+            p.census = OoxmlBookmarks::census(OoxmlXml::serialize(p.dom));
         }
+    }
+    QStringList names;
+    for (const auto& [key, bookmark] : OoxmlBookmarks::scan(stories)) {
+        names.append(bookmark.name);
+        for (const OoxmlBookmarks::Place& place : bookmark.places)
+            m_parts[std::size_t(place.part)]->hasBookmarks = true;
     }
     m_bookmarkNames = visibleSorted(names);
     (void)limits;
+}
+
+bool OoxmlTemplate::isPlaceholderStyle(const char* styleId) const
+{
+    for (const std::string& id : m_placeholderStyles) {
+        if (id == styleId)
+            return true;
+    }
+    return false;
+}
+
+namespace
+{
+
+// Highest numeric w:id below root; iterative, the depth being the input's.
+long long highestId(pugi::xml_node root, long long highest)
+{
+    OoxmlXml::forEachBelow(root, [&highest](pugi::xml_node n) {
+        if (pugi::xml_attribute id = n.attribute("w:id")) {
+            const long long value = id.as_llong();
+            if (value > highest && value < (1ll << 53))
+                highest = value;
+        }
+        return true;
+    });
+    return highest;
+}
+
+bool isXmlEntry(const std::string& name)
+{
+    const std::string lower = lowerAscii(name);
+    auto endsWith = [&lower](const char* tail) {
+        const std::size_t n = std::strlen(tail);
+        return lower.size() >= n && lower.compare(lower.size() - n, n, tail) == 0;
+    };
+    return endsWith(".xml") || endsWith(".rels");
+}
+
+} // namespace
+
+void OoxmlTemplate::checkOtherParts(const std::string& stylesName)
+{
+    // Entries are later copied without inflating; prove now that each one is sound and every
+    // XML part well-formed in its declared encoding, so that a damaged template is refused
+    // instead of passing its damage on. A part Word would refuse as it stands (a document type
+    // declaration) is written anew.
+    m_placeholderStyles = {"PlaceholderText"};
+    for (const OoxmlPackage::Entry& entry : m_package->entries()) {
+        if (m_dropped.count(entry.name))
+            continue;
+        if (const int index = partIndex(entry.name); index >= 0) {
+            m_maxId = highestId(m_parts[std::size_t(index)]->dom, m_maxId);
+            continue;
+        }
+        if (!isXmlEntry(entry.name)) {
+            m_package->verify(entry);
+            continue;
+        }
+        pugi::xml_document dom;
+        OoxmlXml::ParseInfo info;
+        const QString reason = OoxmlXml::parse(dom, m_package->read(entry), &info);
+        if (!reason.isEmpty())
+            m_package->fail(QStringLiteral("Der Eintrag \"%1\" ist kein gültiges XML (%2).")
+                                .arg(QString::fromStdString(entry.name), reason));
+        m_maxId = highestId(dom, m_maxId);
+        if (info.mustRewrite && !m_replacements.count(entry.name))
+            m_replacements[entry.name] = OoxmlZipWriter::compress(OoxmlXml::serialize(dom), 9);
+        if (entry.name == stylesName) {
+            for (pugi::xml_node style : dom.document_element().children("w:style")) {
+                if (std::strcmp(style.child("w:name").attribute("w:val").value(),
+                                "Placeholder Text") == 0)
+                    m_placeholderStyles.push_back(style.attribute("w:styleId").value());
+            }
+        }
+    }
 }
 
 void OoxmlTemplate::dropMacros(pugi::xml_document& contentTypes)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "document/OoxmlBookmarks.h"
 #include "document/OoxmlLimits.h"
 #include "document/OoxmlPackage.h"
 #include "document/OoxmlZipWriter.h"
@@ -24,6 +25,10 @@ public:
         pugi::xml_document dom;
         bool story = false; // holds text: main, header, footer, footnotes, endnotes
         bool hasBookmarks = false;
+        // Written anew even when unchanged (see OoxmlXml::ParseInfo::mustRewrite).
+        bool mustRewrite = false;
+        // Bookmark markers as the check before saving counts them.
+        OoxmlBookmarks::Census census;
     };
 
     // Raises ZwError(BadTemplate) with a German text naming displayPath.
@@ -50,6 +55,12 @@ public:
     const QStringList& bookmarkNames() const { return m_bookmarkNames; }
     // Write protection that refuses typing (read-only, comments, forms), as enforced in settings.
     bool isProtected() const { return m_protected; }
+    // Style ids of the style that shows a content control's placeholder ("Placeholder Text").
+    bool isPlaceholderStyle(const char* styleId) const;
+    // Highest numeric w:id in any part; new ids are taken above it.
+    long long maxId() const { return m_maxId; }
+    // Whether the saved content types call the main part a document (checked before saving).
+    bool mainIsDocument() const { return m_mainIsDocument; }
 
     static bool isProtectionElement(const pugi::xml_node& node);
     // Sorted by name without regard to case, hidden ones ("_" prefix) dropped, duplicates merged.
@@ -59,6 +70,7 @@ private:
     OoxmlTemplate() = default;
     void read(const OoxmlLimits& limits);
     Part& parsePart(const std::string& entryName, bool story);
+    void checkOtherParts(const std::string& stylesName);
     void dropMacros(pugi::xml_document& contentTypes);
 
     std::unique_ptr<OoxmlPackage> m_package;
@@ -69,4 +81,7 @@ private:
     std::unordered_map<std::string, OoxmlZipWriter::Compressed> m_replacements;
     QStringList m_bookmarkNames;
     bool m_protected = false;
+    std::vector<std::string> m_placeholderStyles;
+    long long m_maxId = 0;
+    bool m_mainIsDocument = false;
 };

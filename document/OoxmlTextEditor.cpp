@@ -1,8 +1,13 @@
 #include "document/OoxmlTextEditor.h"
 
+#include "document/OoxmlXml.h"
+
+#include <algorithm>
 #include <cstring>
 #include <map>
 #include <string>
+#include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 namespace
@@ -213,27 +218,38 @@ pugi::xml_node OoxmlTextEditor::paragraphOf(pugi::xml_node node)
 void OoxmlTextEditor::moveIntoParagraph(pugi::xml_node start, pugi::xml_node end)
 {
     // A marker between paragraphs moves to the start of the next paragraph (a start) or the end
-    // of the previous one (an end); Word reads both places as the same.
-    auto placeStart = [](pugi::xml_node marker, pugi::xml_node stop) {
+    // of the previous one (an end); Word reads both places as the same. A table (or other
+    // block) lying wholly inside the range gets a new paragraph beside it instead: a marker
+    // moved into its cells would cut the table apart.
+    auto placeStart = [end](pugi::xml_node marker, pugi::xml_node stop) {
         for (pugi::xml_node s = marker.next_sibling(); s && s != stop; s = s.next_sibling()) {
-            if (pugi::xml_node p = paragraphInside(s, true)) {
-                pugi::xml_node first = firstContent(p);
-                if (first)
-                    p.insert_move_before(marker, first);
-                else
-                    p.append_move(marker);
+            pugi::xml_node p = paragraphInside(s, true);
+            if (!p)
+                continue;
+            if (p != s && !isAncestorOf(s, end)) {
+                s.parent().insert_child_before("w:p", s).append_move(marker);
                 return true;
             }
+            pugi::xml_node first = firstContent(p);
+            if (first)
+                p.insert_move_before(marker, first);
+            else
+                p.append_move(marker);
+            return true;
         }
         return false;
     };
-    auto placeEnd = [](pugi::xml_node marker, pugi::xml_node stop) {
-        for (pugi::xml_node s = marker.previous_sibling(); s && s != stop;
-             s = s.previous_sibling()) {
-            if (pugi::xml_node p = paragraphInside(s, false)) {
-                p.append_move(marker);
+    auto placeEnd = [start](pugi::xml_node marker) {
+        for (pugi::xml_node s = marker.previous_sibling(); s; s = s.previous_sibling()) {
+            pugi::xml_node p = paragraphInside(s, false);
+            if (!p)
+                continue;
+            if (p != s && !isAncestorOf(s, start)) {
+                s.parent().insert_child_after("w:p", s).append_move(marker);
                 return true;
             }
+            p.append_move(marker);
+            return true;
         }
         return false;
     };
@@ -250,9 +266,50 @@ void OoxmlTextEditor::moveIntoParagraph(pugi::xml_node start, pugi::xml_node end
             return;
         }
     }
-    if (endOutside && !placeEnd(end, pugi::xml_node()))
+    if (endOutside && !placeEnd(end))
         paragraphOf(start).append_move(end);
 }
+
+namespace
+{
+
+pugi::xml_node nextSkipping(pugi::xml_node node)
+{
+    while (node) {
+        if (node.next_sibling())
+            return node.next_sibling();
+        node = node.parent();
+    }
+    return pugi::xml_node();
+}
+
+bool hasChild(const pugi::xml_node& node, const char* name)
+{
+    return bool(node.child(name));
+}
+
+bool insideFallback(pugi::xml_node node)
+{
+    for (node = node.parent(); node; node = node.parent()) {
+        if (is(node, "mc:Fallback"))
+            return true;
+    }
+    return false;
+}
+
+// Bookmark starts inside a subtree, without recursion.
+void bookmarkStartsIn(pugi::xml_node root, const OoxmlTextEditor::MarkerRemoved& removed)
+{
+    if (!removed)
+        return;
+    OoxmlXml::forEachBelow(root, [&removed](pugi::xml_node n) {
+        if (is(n, "w:bookmarkStart"))
+            removed(n);
+        return true;
+    });
+}
+
+} // namespace
 
 TextPosition OoxmlTextEditor::replaceRange(pugi::xml_node start, pugi::xml_node end,
                                            const MarkerRemoved& removed)
@@ -273,36 +330,119 @@ TextPosition OoxmlTextEditor::replaceRange(pugi::xml_node start, pugi::xml_node 
         merge = ps.parent() == pe.parent();
     }
 
-    // Ranges wholly inside go with the content; those reaching outside shrink to the edge.
-    std::vector<pugi::xml_node> markers;
-    for (const pugi::xml_node& node : doomed)
-        collectMarkers(node, markers);
+    // What must survive the deletion, in document order: markers of other ranges, field
+    // structure, references to comments and notes.
+    std::vector<pugi::xml_node> markers, fieldRuns, references;
+    for (pugi::xml_node n = nextInOrder(start); n && n != end;) {
+        Marker marker;
+        if (is(n, "mc:Fallback")) {
+            bookmarkStartsIn(n, removed);
+            n = nextSkipping(n);
+        } else if (markerOf(n, marker)) {
+            if (insideFallback(n)) {
+                if (marker.isStart && marker.family == "bookmark" && removed)
+                    removed(n);
+            } else {
+                markers.push_back(n);
+            }
+            n = nextSkipping(n);
+        } else if (is(n, "w:r") && (hasChild(n, "w:fldChar") || hasChild(n, "w:instrText"))) {
+            fieldRuns.push_back(n);
+            n = nextSkipping(n);
+        } else if (is(n, "w:r") &&
+                   (hasChild(n, "w:commentReference") || hasChild(n, "w:footnoteReference") ||
+                    hasChild(n, "w:endnoteReference"))) {
+            references.push_back(n);
+            n = nextSkipping(n);
+        } else {
+            // Other runs are searched too: a text box inside one holds markers of its own.
+            n = nextInOrder(n);
+        }
+    }
+
+    std::vector<pugi::xml_node> before, inside, after; // where each survivor goes
     std::map<std::string, int> seen;
+    auto markerKey = [](const pugi::xml_node& m) {
+        Marker marker;
+        markerOf(m, marker);
+        return marker.family + '#' + m.attribute("w:id").value();
+    };
+    for (const pugi::xml_node& m : markers)
+        ++seen[markerKey(m)];
+    // Survivors are placed in document order; collect them first, then sort into the three.
+    std::vector<std::pair<pugi::xml_node, int>> placed; // node, 0 before / 1 inside / 2 after
     for (const pugi::xml_node& m : markers) {
         Marker marker;
         markerOf(m, marker);
-        ++seen[marker.family + '#' + m.attribute("w:id").value()];
+        const int where = seen[markerKey(m)] > 1 ? 1 : (marker.isStart ? 2 : 0);
+        placed.emplace_back(m, where);
     }
-    pugi::xml_node lastMovedStart = end;
-    for (pugi::xml_node m : markers) {
-        Marker marker;
-        markerOf(m, marker);
-        if (seen[marker.family + '#' + m.attribute("w:id").value()] > 1) {
-            if (marker.isStart && marker.family == "bookmark" && removed)
-                removed(m);
+    // A field wholly inside goes; one cut by the range keeps its begin, code, separator and
+    // end, on the side of the range where the rest of the field lies.
+    std::vector<std::vector<pugi::xml_node>> open;
+    for (const pugi::xml_node& run : fieldRuns) {
+        const char* type = run.child("w:fldChar").attribute("w:fldCharType").value();
+        if (std::strcmp(type, "begin") == 0) {
+            open.push_back({run});
+        } else if (open.empty()) {
+            placed.emplace_back(run, 0);
+        } else if (std::strcmp(type, "end") == 0) {
+            open.pop_back();
+        } else {
+            open.back().push_back(run);
+        }
+    }
+    for (const auto& field : open) {
+        for (const pugi::xml_node& run : field)
+            placed.emplace_back(run, 2);
+    }
+    for (const pugi::xml_node& run : references)
+        placed.emplace_back(run, 1);
+    // Restore document order across the three sources.
+    std::unordered_map<pugi::xml_node_struct*, std::size_t> order;
+    if (placed.size() > 1) {
+        std::size_t i = 0;
+        for (pugi::xml_node n = nextInOrder(start); n && n != end; n = nextInOrder(n))
+            order[n.internal_object()] = i++;
+    }
+    std::stable_sort(placed.begin(), placed.end(), [&order](const auto& a, const auto& b) {
+        return order[a.first.internal_object()] < order[b.first.internal_object()];
+    });
+    std::unordered_set<pugi::xml_node_struct*> survivors;
+    for (const auto& [node, where] : placed) {
+        survivors.insert(node.internal_object());
+        (where == 0 ? before : where == 1 ? inside : after).push_back(node);
+    }
+
+    for (const pugi::xml_node& n : before)
+        start.parent().insert_move_before(n, start);
+    pugi::xml_node lastAfter = end;
+    for (const pugi::xml_node& n : after) {
+        end.parent().insert_move_after(n, lastAfter);
+        lastAfter = n;
+    }
+    pugi::xml_node lastInside = start;
+    for (const pugi::xml_node& n : inside) {
+        start.parent().insert_move_after(n, lastInside);
+        lastInside = n;
+    }
+
+    for (pugi::xml_node node : doomed) {
+        // A doomed node may lie inside another doomed node already removed, or be a survivor.
+        if (!node.parent() || survivors.count(node.internal_object()))
+            continue;
+        if (is(node, "w:tc")) {
+            // A cell goes empty; removing it would leave its row short of the grid's columns.
+            for (pugi::xml_node child = node.first_child(); child;) {
+                pugi::xml_node next = child.next_sibling();
+                if (!is(child, "w:tcPr"))
+                    node.remove_child(child);
+                child = next;
+            }
+            node.append_child("w:p");
             continue;
         }
-        if (marker.isStart) {
-            end.parent().insert_move_after(m, lastMovedStart);
-            lastMovedStart = m;
-        } else {
-            start.parent().insert_move_before(m, start);
-        }
-    }
-    for (pugi::xml_node node : doomed) {
-        // A doomed node may lie inside another doomed node already removed.
-        if (node.parent())
-            node.parent().remove_child(node);
+        node.parent().remove_child(node);
     }
 
     if (merge) {
@@ -323,7 +463,7 @@ TextPosition OoxmlTextEditor::replaceRange(pugi::xml_node start, pugi::xml_node 
         }
         pe.parent().remove_child(pe);
     }
-    return TextPosition{start.parent(), start.next_sibling()};
+    return TextPosition{lastInside.parent(), lastInside.next_sibling()};
 }
 
 pugi::xml_node OoxmlTextEditor::formattingAt(pugi::xml_node start, pugi::xml_node end,
@@ -374,57 +514,98 @@ pugi::xml_node OoxmlTextEditor::formattingAt(pugi::xml_node start, pugi::xml_nod
     return copy;
 }
 
-TextPosition OoxmlTextEditor::splitParagraph(TextPosition pos)
+namespace
+{
+
+// Gives every w:id in the subtree a fresh id: the subtree is a copy of elements that must stay
+// unique (content controls, tracked changes, property changes).
+void renumber(pugi::xml_node root, OoxmlTextEditor::Ids& ids)
+{
+    OoxmlXml::forEachBelow(root, [&ids](pugi::xml_node n) {
+        if (pugi::xml_attribute id = n.attribute("w:id"))
+            id.set_value(ids.take().c_str());
+        // A content control's id is an element of its properties.
+        if (is(n, "w:id") && is(n.parent(), "w:sdtPr"))
+            n.attribute("w:val").set_value(ids.take().c_str());
+        return true;
+    });
+}
+
+} // namespace
+
+std::vector<pugi::xml_node> OoxmlTextEditor::splitAt(TextPosition pos, pugi::xml_node top, Ids& ids)
+{
+    // Every element from the position up to top is split; the second halves, with copies of
+    // the attributes and properties of the first, follow top and receive what lay after pos.
+    std::vector<pugi::xml_node> levels;
+    for (pugi::xml_node n = pos.parent; n && n != top; n = n.parent())
+        levels.push_back(n);
+    levels.push_back(top);
+    std::vector<pugi::xml_node> clones(levels.size());
+    pugi::xml_node container = top.parent();
+    pugi::xml_node anchor = top;
+    for (std::size_t i = levels.size(); i-- > 0;) {
+        pugi::xml_node clone = i + 1 == levels.size()
+                                   ? container.insert_child_after(levels[i].name(), anchor)
+                                   : clones[i + 1].append_child(levels[i].name());
+        if (!is(levels[i], "w:p")) {
+            for (pugi::xml_attribute a : levels[i].attributes())
+                clone.append_copy(a);
+        }
+        for (pugi::xml_node child : levels[i].children()) {
+            if (isProperties(child))
+                clone.append_copy(child);
+        }
+        renumber(clone, ids);
+        clones[i] = clone;
+    }
+    for (pugi::xml_node n = pos.before; n;) {
+        pugi::xml_node following = n.next_sibling();
+        clones[0].append_move(n);
+        n = following;
+    }
+    for (std::size_t i = 0; i + 1 < levels.size(); ++i) {
+        for (pugi::xml_node n = levels[i].next_sibling(); n;) {
+            pugi::xml_node following = n.next_sibling();
+            clones[i + 1].append_move(n);
+            n = following;
+        }
+    }
+    return clones;
+}
+
+TextPosition OoxmlTextEditor::splitParagraph(TextPosition pos, Ids& ids)
 {
     pugi::xml_node paragraph = is(pos.parent, "w:p") ? pos.parent : paragraphOf(pos.parent);
     if (!paragraph)
         return pos;
-    pugi::xml_node next = paragraph.parent().insert_child_after("w:p", paragraph);
-    if (pugi::xml_node pPr = paragraph.child("w:pPr")) {
-        next.append_copy(pPr);
-        // The section break stays with the paragraph mark, which now ends the second half.
-        if (pugi::xml_node sectPr = pPr.child("w:sectPr"))
-            pPr.remove_child(sectPr);
-    }
-
     // Elements between the paragraph and the position (hyperlinks, fields, content controls)
     // are split as well: their second halves open the new paragraph.
-    std::vector<pugi::xml_node> levels;
-    for (pugi::xml_node n = pos.parent; n != paragraph; n = n.parent())
-        levels.push_back(n);
-    pugi::xml_node target = next;
-    std::vector<pugi::xml_node> clones(levels.size());
-    for (std::size_t i = levels.size(); i-- > 0;) {
-        pugi::xml_node clone = target.append_child(levels[i].name());
-        for (pugi::xml_attribute a : levels[i].attributes())
-            clone.append_copy(a);
-        if (is(levels[i], "w:sdt")) {
-            for (pugi::xml_node child : levels[i].children()) {
-                if (isProperties(child))
-                    clone.append_copy(child);
-            }
-        }
-        clones[i] = clone;
-        target = clone;
-    }
-    pugi::xml_node innermost = levels.empty() ? next : clones[0];
-    for (pugi::xml_node n = pos.before; n;) {
-        pugi::xml_node following = n.next_sibling();
-        innermost.append_move(n);
-        n = following;
-    }
-    for (std::size_t i = 0; i < levels.size(); ++i) {
-        pugi::xml_node container = i + 1 < levels.size() ? clones[i + 1] : next;
-        for (pugi::xml_node n = levels[i].next_sibling(); n;) {
-            pugi::xml_node following = n.next_sibling();
-            container.append_move(n);
-            n = following;
-        }
-    }
-    return TextPosition{innermost, pos.before};
+    const std::vector<pugi::xml_node> clones = splitAt(pos, paragraph, ids);
+    // The section break stays with the paragraph mark, which now ends the second half.
+    if (pugi::xml_node sectPr = paragraph.child("w:pPr").child("w:sectPr"))
+        paragraph.child("w:pPr").remove_child(sectPr);
+    return TextPosition{clones.front(), pos.before};
 }
 
-TextPosition OoxmlTextEditor::insertText(TextPosition pos, const QString& text, pugi::xml_node rPr)
+TextPosition OoxmlTextEditor::outOfDeletion(TextPosition pos, Ids& ids)
+{
+    pugi::xml_node deletion;
+    for (pugi::xml_node n = pos.parent; n && !is(n, "w:p") && !isBlockContainer(n);
+         n = n.parent()) {
+        if (is(n, "w:del") || is(n, "w:moveFrom"))
+            deletion = n;
+    }
+    if (!deletion)
+        return pos;
+    pugi::xml_node second = splitAt(pos, deletion, ids).back();
+    if (!second.first_child())
+        second.parent().remove_child(second);
+    return TextPosition{deletion.parent(), deletion.next_sibling()};
+}
+
+TextPosition OoxmlTextEditor::insertText(TextPosition pos, const QString& text, pugi::xml_node rPr,
+                                         Ids& ids)
 {
     pugi::xml_node run;
     QString segment;
@@ -451,7 +632,7 @@ TextPosition OoxmlTextEditor::insertText(TextPosition pos, const QString& text, 
             flush();
             if (c == u'\r' && i + 1 < text.size() && text.at(i + 1) == u'\n')
                 ++i;
-            pos = splitParagraph(pos);
+            pos = splitParagraph(pos, ids);
             run = pugi::xml_node();
         } else if (c == u'\t' || c == u'\v' || c == u'\f') {
             flush();

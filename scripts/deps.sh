@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build, the program and the tests need. Idempotent and
-# quiet when everything is there. Usage: scripts/deps.sh [build|test]
+# quiet when everything is there. Usage: scripts/deps.sh [build|test|corpus|fuzz]
 set -euo pipefail
 
 # libreoffice-dev: the UNO base headers, libraries and cppumaker of the LibreOffice engine.
@@ -22,6 +22,10 @@ if [ "${1:-build}" = test ]; then
   # The CardDAV tests start real servers; openssl makes the certificate nobody trusts.
   pkgs+=(radicale xandikos openssl)
 fi
+# The tools that made the outside templates of tests/data/corpus, to make them again.
+[ "${1:-build}" = corpus ] && pkgs+=(python3-docx pandoc)
+# scripts/fuzz.sh: clang with libFuzzer and the sanitizers' run-time.
+[ "${1:-build}" = fuzz ] && pkgs+=(clang libclang-rt-14-dev)
 
 missing=()
 for p in "${pkgs[@]}"; do

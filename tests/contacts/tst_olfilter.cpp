@@ -3,6 +3,7 @@
 
 #include <QDate>
 #include <QTest>
+#include <string>
 
 namespace
 {

@@ -193,15 +193,24 @@ inline QStringList paragraphs(pugi::xml_node root)
     return result;
 }
 
-// Text between the start and end of a bookmark (the first place it appears).
+// Text between the start and end of a bookmark: the first start of that name that has an end
+// (a start without one is no bookmark).
+inline QString bookmarkTextFrom(pugi::xml_node start);
 inline QString bookmarkText(pugi::xml_node root, const char* name)
 {
-    pugi::xml_node start = root.find_node([name](pugi::xml_node n) {
-        return std::string(n.name()) == "w:bookmarkStart" &&
-               std::string(n.attribute("w:name").value()) == name;
+    QString result = QStringLiteral("<missing>");
+    root.find_node([name, &result](pugi::xml_node n) {
+        if (std::string(n.name()) != "w:bookmarkStart" ||
+            std::string(n.attribute("w:name").value()) != name)
+            return false;
+        result = bookmarkTextFrom(n);
+        return result != QLatin1String("<unterminated>");
     });
-    if (!start)
-        return QStringLiteral("<missing>");
+    return result;
+}
+
+inline QString bookmarkTextFrom(pugi::xml_node start)
+{
     const std::string id = start.attribute("w:id").value();
     QString text;
     bool paragraphBreak = false;

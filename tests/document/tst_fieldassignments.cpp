@@ -1,5 +1,6 @@
 #include "WordTestFixture.h"
 #include "document/ClsWord.h"
+#include "document/DocumentErrors.h"
 #include "document/FieldAssignmentDefaults.h"
 #include "document/FieldAssignmentList.h"
 #include "document/FieldAssignments.h"
@@ -242,11 +243,15 @@ private Q_SLOTS:
         list.add(pairs.isEmpty() ? path : path + QLatin1Char('|') + pairs);
         FakeContact contact;
         WordDocument document = m_word->CreateDocument(path, true, false);
+        QList<BookmarkFailure> failures;
         FillWordBookmarks(list, 2, *m_word, document,
                           withContact ? contact.resolver() : ContactFieldResolver(), defaultSpecial,
-                          fixedDay());
+                          fixedDay(), &failures);
         QVERIFY(!m_ui->hourglass());
         QCOMPARE(m_log->errors(), errors);
+        QCOMPARE(failures.size(), errors.size());
+        for (const BookmarkFailure& failure : failures)
+            QCOMPARE(failure.cause.number(), DocumentError::BookmarkMissing);
         const auto entries = onlyOpenedDocument();
         QCOMPARE(QStringList({textAt(entries, "A"), textAt(entries, "B"), textAt(entries, "C")}),
                  texts);
@@ -282,9 +287,21 @@ private Q_SLOTS:
         FakeContact contact;
         contact.failing = failing;
         WordDocument document = m_word->CreateDocument(path, true, false);
-        FillWordBookmarks(list, 1, *m_word, document, contact.resolver(), {});
+        QList<BookmarkFailure> failures;
+        FillWordBookmarks(list, 1, *m_word, document, contact.resolver(), {}, {}, &failures);
         QVERIFY(!m_ui->hourglass());
         QCOMPARE(m_log->errors(), errors);
+        // Every bookmark left unwritten is reported, the ones after the second failure too.
+        QStringList unwritten, reported;
+        for (qsizetype i = 0; i < texts.size(); ++i) {
+            if (texts.at(i).startsWith(QLatin1String("alt")))
+                unwritten.append(QString(QChar(char16_t(u'A' + i))));
+        }
+        for (const BookmarkFailure& failure : failures) {
+            QVERIFY(!failure.cause.description().isEmpty());
+            reported.append(failure.bookmark);
+        }
+        QCOMPARE(reported, unwritten);
         // Each failure line is followed by its cause.
         const QStringList lines = m_log->lines();
         QCOMPARE(lines.size(), 2 * errors.size());

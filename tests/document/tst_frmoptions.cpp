@@ -2,7 +2,6 @@
 #include "document/ClsWord.h"
 #include "document/FieldAssignmentDefaults.h"
 #include "document/FieldAssignmentList.h"
-#include "document/FieldAssignments.h"
 #include "document/widgets/FrmOptions.h"
 #include "tests/support/ScriptedUserInterface.h"
 #include "tests/support/TestEnvironment.h"
@@ -116,7 +115,6 @@ private Q_SLOTS:
         QTest::addColumn<bool>("checkContact");
         QTest::addColumn<bool>("allowResize");
         QTest::newRow("all set") << true << true << true;
-        QTest::newRow("none set") << false << false << false;
         QTest::newRow("mixed") << false << true << false;
     }
     void generalOptionsRoundTrip()
@@ -152,30 +150,6 @@ private Q_SLOTS:
         QCOMPARE(m_ui->boxes().size(), 0);
     }
 
-    void versionButtons_data()
-    {
-        QTest::addColumn<bool>("libreOffice");
-        QTest::addColumn<bool>("loEnabled");
-        QTest::addColumn<QString>("selected");
-        QTest::newRow("LibreOffice installed: both, the newer in use") << true << true << "LO";
-        QTest::newRow("no LibreOffice: only the built-in one") << false << false << "OOXML";
-    }
-    void versionButtons()
-    {
-        QFETCH(bool, libreOffice);
-        QFETCH(bool, loEnabled);
-        QFETCH(QString, selected);
-        open(libreOffice);
-        auto* lo = ctl<QRadioButton>("optWordVersionLO");
-        auto* docx = ctl<QRadioButton>("optWordVersionOOXML");
-        QCOMPARE(lo->isEnabled(), loEnabled);
-        QVERIFY(docx->isEnabled());
-        QCOMPARE(lo->isChecked(), selected == u"LO");
-        QCOMPARE(docx->isChecked(), selected == u"OOXML");
-        if (!loEnabled)
-            QCOMPARE(lo->toolTip(), QStringLiteral("LibreOffice Writer ist nicht installiert"));
-    }
-
     void versionChoiceHint_data()
     {
         QTest::addColumn<bool>("libreOffice");
@@ -191,6 +165,14 @@ private Q_SLOTS:
         QFETCH(QString, clicked);
         QFETCH(bool, hint);
         open(libreOffice);
+        // With LibreOffice installed both are offered, the newer in use; else the built-in one.
+        auto* lo = ctl<QRadioButton>("optWordVersionLO");
+        QCOMPARE(lo->isEnabled(), libreOffice);
+        QVERIFY(ctl<QRadioButton>("optWordVersionOOXML")->isEnabled());
+        QCOMPARE(lo->isChecked(), libreOffice);
+        QCOMPARE(ctl<QRadioButton>("optWordVersionOOXML")->isChecked(), !libreOffice);
+        if (!libreOffice)
+            QCOMPARE(lo->toolTip(), QStringLiteral("LibreOffice Writer ist nicht installiert"));
         if (hint)
             m_ui->answer(Mb::Ok);
         auto* button = m_dlg->findChild<QRadioButton*>(QStringLiteral("optWordVersion") + clicked);
@@ -384,15 +366,6 @@ private Q_SLOTS:
         }
         ctl<QPushButton>("cmdOK")->click();
         QCOMPARE(m_special, QString());
-        // An assignment of a deleted special field now reads the Outlook field of that name.
-        QStringList asked;
-        const ContactFieldResolver contact = [&](const QString& name, int type) {
-            asked << name + QLatin1Char('/') + QString::number(type);
-            return QStringLiteral("aus Outlook");
-        };
-        QCOMPARE(ResolveFieldText(contact, QStringLiteral("Von-Name (SF)"), m_special),
-                 QStringLiteral("aus Outlook"));
-        QCOMPARE(asked, QStringList{"Von-Name/0"});
     }
 
     void reset_data()

@@ -274,15 +274,13 @@ private Q_SLOTS:
 
     void abortKeepsRowsFoundSoFar()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeNumberedContacts(env, 60);
-        auto s = start(script);
-        FrmMain* w = s->w();
+        Session run(false);
+        writeNumberedContacts(run.env, 60);
+        FrmMain* w = run.w();
         auto* abort = child<QPushButton>(w, QStringLiteral("cmdAbort"));
         int yieldsWhileSearching = 0;
         bool sawSearching = false;
-        script.onDoEvents([&] {
+        run.script.onDoEvents([&] {
             if (!abort->isEnabled())
                 return;
             sawSearching = sawSearching || w->statusText() == QLatin1String("Suchen...");
@@ -290,9 +288,9 @@ private Q_SLOTS:
             if (++yieldsWhileSearching == 12)
                 abort->click();
         });
-        script.answer(Mb::Ok);
+        run.script.answer(Mb::Ok);
         kit::searchFolder(w, contactsPath(), QString());
-        script.onDoEvents({});
+        run.script.onDoEvents({});
         QVERIFY(sawSearching);
         const int rows = found(w)->topLevelItemCount();
         QVERIFY2(rows > 0 && rows < 20, qPrintable(QString::number(rows)));
@@ -305,15 +303,13 @@ private Q_SLOTS:
 
     void closeDuringSearchWaitsForTheLoop()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeNumberedContacts(env, 40);
-        auto s = start(script);
-        FrmMain* w = s->w();
+        Session run(false);
+        writeNumberedContacts(run.env, 40);
+        FrmMain* w = run.w();
         auto* abort = child<QPushButton>(w, QStringLiteral("cmdAbort"));
         bool closed = false;
         QString statusAfterClose;
-        script.onDoEvents([&] {
+        run.script.onDoEvents([&] {
             if (abort->isEnabled() && !closed) {
                 closed = true;
                 w->close();
@@ -321,9 +317,9 @@ private Q_SLOTS:
                 QVERIFY(w->isVisible());
             }
         });
-        script.answer(Mb::Ok);
+        run.script.answer(Mb::Ok);
         kit::searchFolder(w, contactsPath(), QString());
-        script.onDoEvents({});
+        run.script.onDoEvents({});
         QVERIFY(closed);
         QCOMPARE(statusAfterClose, QStringLiteral("Abbrechen..."));
         QVERIFY(found(w)->topLevelItemCount() < 40);
@@ -431,7 +427,8 @@ private Q_SLOTS:
         Session run(false);
         QCOMPARE(child<QLineEdit>(run.s->w(), QStringLiteral("txtOutlookFolder"))->text(),
                  QStringLiteral("Root\\Beispielkontakte"));
-        kit::searchFolder(run.s->w(), QStringLiteral("Root\\Beispielkontakte"), QStringLiteral("Müller"));
+        kit::searchFolder(run.s->w(), QStringLiteral("Root\\Beispielkontakte"),
+                          QStringLiteral("Müller"));
         QVERIFY(found(run.s->w())->topLevelItemCount() >= 1);
         QCOMPARE(run.script.boxes().size(), 0);
     }

@@ -392,7 +392,7 @@ private Q_SLOTS:
         row("unknown key is logged", QStringLiteral("/gibt/es/nicht.dotx"), false, {}, true);
         row("position beyond the list is logged", 9, false, {}, true);
         row("a failing value keeps the rows made so far", QStringLiteral("/vorlagen/bad.dotx"),
-            true, {{"A", "Firma (OF)", "Muster GmbH"}}, true);
+            true, {{"A", "Firma (OF)", "Muster GmbH"}, {"B", failing, ""}}, true);
         row("values are not resolved when not asked for", QStringLiteral("/vorlagen/bad.dotx"),
             false, {{"A", "Firma (OF)", ""}, {"B", failing, ""}, {"C", "Von-Name (SF)", ""}});
     }

@@ -9,12 +9,17 @@
 #include "document/ClsWord.h"
 #include "tests/support/ScriptedUserInterface.h"
 #include "tests/support/TestEnvironment.h"
+#include "tests/support/TestFiles.h"
 #include "util/ClsRegistry.h"
 
+#include <QComboBox>
 #include <QDialog>
 #include <QDir>
 #include <QFile>
+#include <QLineEdit>
+#include <QListWidget>
 #include <QMap>
+#include <QPushButton>
 #include <QStringList>
 #include <QTest>
 #include <QTreeWidget>
@@ -33,11 +38,6 @@ template <class T> T* child(QWidget* w, const QString& name)
     if (!c)
         qFatal("control %s missing", qPrintable(name));
     return c;
-}
-
-inline QString crlf(const char* text)
-{
-    return QString::fromUtf8(text);
 }
 
 // One contact as a vCard 3.0 text.
@@ -67,14 +67,6 @@ struct Card {
         return v + QStringLiteral("END:VCARD\r\n");
     }
 };
-
-inline void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    if (!f.open(QIODevice::WriteOnly) || f.write(bytes) != bytes.size())
-        qFatal("cannot write %s", qPrintable(path));
-}
 
 // The folder "Root\Persönliche Ordner\Kontakte" of the environment's personal store.
 inline QString contactsDir(const TestEnvironment& env)
@@ -155,11 +147,64 @@ inline std::unique_ptr<Started> start(ScriptedUserInterface& script, bool firstS
     return s;
 }
 
+// A test's own run of the program: a private home, scripted boxes, the four standard contacts
+// unless asked not to, and the program started as on its first day.
+struct Session {
+    TestEnvironment env;
+    ScriptedUserInterface script;
+    std::unique_ptr<Started> s;
+    explicit Session(bool standardContacts = true)
+    {
+        if (standardContacts)
+            writeStandardContacts(env);
+        s = start(script);
+    }
+    FrmMain* w() const { return s->w(); }
+};
+
 // Marks the program as started once, so the next start shows no first-start message.
 inline void registerOnce(ScriptedUserInterface& script)
 {
     auto s = start(script);
     s->w()->close();
+}
+
+// Types a folder and a last name into step 1 and clicks "Suchen".
+inline void searchFolder(FrmMain* w, const QString& folder, const QString& name)
+{
+    child<QLineEdit>(w, QStringLiteral("txtOutlookFolder"))->setText(folder);
+    child<QComboBox>(w, QStringLiteral("cboSearchName"))->setEditText(name);
+    child<QPushButton>(w, QStringLiteral("cmdSearch"))->click();
+}
+
+// Makes the row reading text (in column col) the current one.
+inline void selectRow(QListWidget* list, const QString& text)
+{
+    const QList<QListWidgetItem*> items = list->findItems(text, Qt::MatchExactly);
+    if (items.isEmpty())
+        qFatal("no row %s", qPrintable(text));
+    list->setCurrentItem(items.first());
+}
+inline void selectRow(QTreeWidget* tree, const QString& text, int col = 0)
+{
+    const QList<QTreeWidgetItem*> items = tree->findItems(text, Qt::MatchExactly, col);
+    if (items.isEmpty())
+        qFatal("no row %s", qPrintable(text));
+    tree->setCurrentItem(items.first());
+}
+
+// Searches the personal store for a last name and chooses the hit of that first name (the
+// first hit without one).
+inline void chooseHit(FrmMain* w, const QString& lastName, const QString& firstName = {})
+{
+    searchFolder(w, contactsPath(), lastName);
+    auto* hits = child<QTreeWidget>(w, QStringLiteral("lvwFound"));
+    if (!firstName.isEmpty())
+        selectRow(hits, firstName, 2);
+    else if (hits->topLevelItemCount() > 0)
+        hits->setCurrentItem(hits->topLevelItem(0));
+    else
+        qFatal("no hit for %s", qPrintable(lastName));
 }
 
 inline QStringList column(QTreeWidget* tree, int col)

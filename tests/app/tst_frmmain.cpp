@@ -1,11 +1,6 @@
-#include "app/FrmMain.h"
-#include "app/Main.h"
-#include "app/Settings.h"
 #include "app/dialogs/FrmInfo.h"
 #include "app/dialogs/FrmIntro.h"
-#include "tests/support/ScriptedUserInterface.h"
-#include "tests/support/TestEnvironment.h"
-#include "util/ClsRegistry.h"
+#include "tests/app/WizardTestKit.h"
 
 #include <QAction>
 #include <QApplication>
@@ -13,20 +8,12 @@
 #include <QLineEdit>
 #include <QListWidget>
 #include <QPushButton>
-#include <QSignalSpy>
 #include <QTabWidget>
-#include <QTest>
+
+using namespace kit;
 
 namespace
 {
-
-template <class T> T* child(QWidget* w, const char* name)
-{
-    T* c = w->findChild<T*>(QLatin1String(name));
-    if (!c)
-        qFatal("control %s missing", name);
-    return c;
-}
 
 QString stored(const QString& name)
 {
@@ -78,12 +65,8 @@ private Q_SLOTS:
 
     void stepButtonsAndCaption()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        AppGlobals g;
-        MainResult r = Main(g, 0);
-        FrmMain* w = r.mainWindow.get();
+        Session run(false);
+        FrmMain* w = run.w();
         auto* prev = child<QPushButton>(w, "cmdPrevTab");
         auto* next = child<QPushButton>(w, "cmdNextTab");
         QVERIFY(!prev->isEnabled() && next->isEnabled());
@@ -112,11 +95,9 @@ private Q_SLOTS:
         QFETCH(QString, how);
         TestEnvironment env;
         ScriptedUserInterface script;
-        script.answer(Mb::Ok);
         {
-            AppGlobals g;
-            MainResult r = Main(g, 0);
-            FrmMain* w = r.mainWindow.get();
+            auto s = start(script);
+            FrmMain* w = s->w();
             // Saved as it stands, even a folder that was never searched.
             child<QLineEdit>(w, "txtOutlookFolder")->setText(QStringLiteral("Root\\Nirgendwo"));
             if (how == QLatin1String("cmdCancel"))
@@ -129,22 +110,16 @@ private Q_SLOTS:
         QCOMPARE(stored(QStringLiteral("StartCount")), QStringLiteral("2"));
         QCOMPARE(stored(QStringLiteral("OutlookFolder")), QStringLiteral("Root\\Nirgendwo"));
 
-        AppGlobals g;
-        MainResult r = Main(g, 0);
-        QCOMPARE(script.boxes().size(), 1); // no first-start message again
-        QCOMPARE(g.settings.StartCount, 2);
-        QCOMPARE(child<QLineEdit>(r.mainWindow.get(), "txtOutlookFolder")->text(),
+        auto s = start(script, false); // no first-start message again
+        QCOMPARE(s->g.settings.StartCount, 2);
+        QCOMPARE(child<QLineEdit>(s->w(), "txtOutlookFolder")->text(),
                  QStringLiteral("Root\\Nirgendwo"));
     }
 
     void closeDuringSearchIsDeferred()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        AppGlobals g;
-        MainResult r = Main(g, 0);
-        FrmMain* w = r.mainWindow.get();
+        Session run(false);
+        FrmMain* w = run.w();
         auto* abort = child<QPushButton>(w, "cmdAbort");
         abort->setEnabled(true); // as while a search runs
         w->close();
@@ -159,26 +134,6 @@ private Q_SLOTS:
         abort->setEnabled(false); // the search has noticed the abort
         QTRY_VERIFY_WITH_TIMEOUT(!w->isVisible(), 2500);
         QCOMPARE(stored(QStringLiteral("StartCount")), QStringLiteral("2"));
-    }
-
-    void searchHistorySurvivesARestart()
-    {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        {
-            AppGlobals g;
-            MainResult r = Main(g, 0);
-            auto* combo = child<QComboBox>(r.mainWindow.get(), "cboSearchName");
-            combo->addItems({QStringLiteral("Müller"), QStringLiteral("Schmidt")});
-            r.mainWindow->close();
-        }
-        AppGlobals g;
-        MainResult r = Main(g, 0);
-        auto* combo = child<QComboBox>(r.mainWindow.get(), "cboSearchName");
-        QCOMPARE(combo->count(), 2);
-        QCOMPARE(combo->itemText(0), QStringLiteral("Müller"));
-        QCOMPARE(combo->currentText(), QString());
     }
 
     void resizeKeepsTheDesignSizes_data()
@@ -201,14 +156,10 @@ private Q_SLOTS:
         QFETCH(bool, allowResize);
         QFETCH(QSize, requested);
         QFETCH(QSize, result);
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        AppGlobals g;
-        MainResult r = Main(g, 0);
-        FrmMain* w = r.mainWindow.get();
+        Session run(false);
+        FrmMain* w = run.w();
         QCOMPARE(w->size(), QSize(519, 562));
-        g.settings.AllowResize = allowResize;
+        run.s->g.settings.AllowResize = allowResize;
         w->resize(requested);
         QCoreApplication::processEvents();
         QCOMPARE(w->size(), result);
@@ -221,12 +172,8 @@ private Q_SLOTS:
 
     void finishButtonFollowsTheTemplateChoice()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        AppGlobals g;
-        MainResult r = Main(g, 0);
-        FrmMain* w = r.mainWindow.get();
+        Session run(false);
+        FrmMain* w = run.w();
         auto* finish = child<QPushButton>(w, "cmdFinish");
         auto* list = w->findChild<QListWidget*>(QStringLiteral("lstDotFiles"));
         QVERIFY(!finish->isEnabled());
@@ -237,40 +184,31 @@ private Q_SLOTS:
         child<QPushButton>(w, "cmdNextTab")->click();
         QVERIFY(finish->isEnabled());
         // A search resets step 1 and asks again: still a template chosen.
-        script.answer(Mb::Cancel);
+        run.script.answer(Mb::Cancel);
         child<QPushButton>(w, "cmdSearch")->click();
         QVERIFY(finish->isEnabled());
     }
 
     void wordInfoNamesTheWordProcessor()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        AppGlobals g;
-        MainResult r = Main(g, 0);
-        script.takeBoxes();
-        script.answer(Mb::Ok);
-        r.mainWindow->findChild<QAction*>(QStringLiteral("mnuHelpInfoWord"))->trigger();
-        QCOMPARE(script.boxes().size(), 1);
-        const QString text = script.boxes()[0].text;
+        Session run(false);
+        run.script.answer(Mb::Ok);
+        run.s->w()->findChild<QAction*>(QStringLiteral("mnuHelpInfoWord"))->trigger();
+        QCOMPARE(run.script.boxes().size(), 1);
+        const QString text = run.script.boxes()[0].text;
         QVERIFY2(text == QStringLiteral("Zettelwerk DOCX (OOXML) ist installiert") ||
                      text == QStringLiteral("LibreOffice Writer (LO) ist installiert"),
                  qPrintable(text));
-        QCOMPARE(script.boxes()[0].icon(), Mb::Information);
-        QCOMPARE(script.beeps(), 0);
-        QVERIFY(g.word);
+        QCOMPARE(run.script.boxes()[0].icon(), Mb::Information);
+        QCOMPARE(run.script.beeps(), 0);
+        QVERIFY(run.s->g.word);
     }
 
     void aboutBoxShowsHistoryAndStartCount()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        AppGlobals g;
-        MainResult r = Main(g, 0);
-        r.mainWindow->findChild<QAction*>(QStringLiteral("mnuHelpInfo"))->trigger();
-        auto* info = r.mainWindow->findChild<FrmInfo*>();
+        Session run(false);
+        run.s->w()->findChild<QAction*>(QStringLiteral("mnuHelpInfo"))->trigger();
+        auto* info = run.s->w()->findChild<FrmInfo*>();
         QVERIFY(info);
         QVERIFY(info->isVisible());
         const QStringList lines = info->revisionHistory().split(QLatin1Char('\n'));

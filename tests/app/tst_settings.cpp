@@ -25,6 +25,14 @@ struct Store {
     void set(const QString& name, const QString& value) { QVERIFY(reg.SetString(name, value)); }
 };
 
+// The program's first run in this environment: its message answered, its settings stored.
+void firstStart(ScriptedUserInterface& script)
+{
+    script.answer(Mb::Ok);
+    AppGlobals first;
+    QVERIFY(GetSettings(first));
+}
+
 } // namespace
 
 class TstSettings : public QObject
@@ -122,11 +130,7 @@ private Q_SLOTS:
         QFETCH(QStringList, loadedKeys);
         TestEnvironment env;
         ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        {
-            AppGlobals first;
-            QVERIFY(GetSettings(first));
-        }
+        firstStart(script);
         Store store;
         store.set(QStringLiteral("DotCount"), dotCount);
         for (int i = 0; i < stored.size(); ++i)
@@ -181,11 +185,7 @@ private Q_SLOTS:
         QFETCH(QString, reason);
         TestEnvironment env;
         ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        {
-            AppGlobals first;
-            QVERIFY(GetSettings(first));
-        }
+        firstStart(script);
         Store().set(name, value);
         script.answer(Mb::No);
         AppGlobals g;

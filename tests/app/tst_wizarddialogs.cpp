@@ -25,38 +25,12 @@ using namespace kit;
 namespace
 {
 
-void chooseRow(QListWidget* list, const QString& text)
-{
-    const QList<QListWidgetItem*> items = list->findItems(text, Qt::MatchExactly);
-    if (items.isEmpty())
-        qFatal("no row %s", qPrintable(text));
-    list->setCurrentItem(items.first());
-}
-
-void chooseRow(QTreeWidget* tree, const QString& text, int col = 0)
-{
-    for (int i = 0; i < tree->topLevelItemCount(); ++i)
-        if (tree->topLevelItem(i)->text(col) == text) {
-            tree->setCurrentItem(tree->topLevelItem(i));
-            return;
-        }
-    qFatal("no row %s", qPrintable(text));
-}
-
-void searchAndChoose(FrmMain* w, const QString& lastName, const QString& firstName)
-{
-    child<QLineEdit>(w, QStringLiteral("txtOutlookFolder"))->setText(contactsPath());
-    child<QComboBox>(w, QStringLiteral("cboSearchName"))->setEditText(lastName);
-    child<QPushButton>(w, QStringLiteral("cmdSearch"))->click();
-    chooseRow(child<QTreeWidget>(w, QStringLiteral("lvwFound")), firstName, 2);
-}
-
 // Assigns one field of a category to a bookmark of the letter, as a user clicks it.
 void assign(QDialog& dlg, const QString& bookmark, int category, const QString& field)
 {
-    chooseRow(child<QTreeWidget>(&dlg, QStringLiteral("lvwBookmarks")), bookmark);
+    selectRow(child<QTreeWidget>(&dlg, QStringLiteral("lvwBookmarks")), bookmark);
     child<QComboBox>(&dlg, QStringLiteral("cboOutlookFieldCategories"))->setCurrentIndex(category);
-    chooseRow(child<QListWidget>(&dlg, QStringLiteral("lstOutlookFields")), field);
+    selectRow(child<QListWidget>(&dlg, QStringLiteral("lstOutlookFields")), field);
     child<QPushButton>(&dlg, QStringLiteral("cmdAssignOutlookField"))->click();
 }
 
@@ -70,20 +44,17 @@ private Q_SLOTS:
 
     void assignedFieldsOfEveryCategoryAreTransferredAndKept()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeStandardContacts(env);
-        auto s = start(script);
-        FrmMain* w = s->w();
+        Session run;
+        FrmMain* w = run.w();
         // Anna Müller carries the user-defined field "Firma 2"; she is the contact read last.
-        searchAndChoose(w, QStringLiteral("Müller"), QStringLiteral("Anna"));
+        chooseHit(w, QStringLiteral("Müller"), QStringLiteral("Anna"));
 
         bool opened = false;
         FrmMain::setDialogHook([&](QDialog& dlg) {
             QVERIFY(qobject_cast<FrmFieldAssignments*>(&dlg));
             opened = true;
             dlg.show();
-            chooseRow(child<QListWidget>(&dlg, QStringLiteral("lstDotFiles")),
+            selectRow(child<QListWidget>(&dlg, QStringLiteral("lstDotFiles")),
                       sampleLetterTemplatePath());
             assign(dlg, QStringLiteral("Empfänger1"), 0, QStringLiteral("Anrede+Name"));
             assign(dlg, QStringLiteral("Empfänger2"), 1, QStringLiteral("Firma"));
@@ -101,8 +72,8 @@ private Q_SLOTS:
         QCOMPARE(templates->item(templates->count() - 1)->text(), QStringLiteral("Bsp-Brief.dotx"));
         templates->setCurrentRow(templates->count() - 1);
         child<QPushButton>(w, QStringLiteral("cmdFinish"))->click();
-        QCOMPARE(s->opened.size(), 1);
-        const QMap<QString, QString> texts = bookmarkTexts(s->opened.first());
+        QCOMPARE(run.s->opened.size(), 1);
+        const QMap<QString, QString> texts = bookmarkTexts(run.s->opened.first());
         QCOMPARE(texts.value(QStringLiteral("Empfänger1")), QStringLiteral("Frau Anna Müller"));
         QCOMPARE(texts.value(QStringLiteral("Empfänger2")), QStringLiteral("Alpha AG"));
         QCOMPARE(texts.value(QStringLiteral("Empfänger3")), QString());
@@ -111,19 +82,24 @@ private Q_SLOTS:
         QCOMPARE(texts.value(QStringLiteral("Empfänger6")), VuGetLoginName());
         QVERIFY(!w->isVisible()); // closed after the transfer, settings saved
 
-        auto again = start(script, false);
+        auto again = start(run.script, false);
         const QString entry = again->g.fieldAssignmentList.item(sampleLetterTemplatePath());
         QVERIFY2(entry.contains(QStringLiteral("|Empfänger4=Firma 2 (BF)|")), qPrintable(entry));
         QCOMPARE(again->g.fieldAssignmentList.position(sampleLetterTemplatePath()),
                  again->g.fieldAssignmentList.count());
     }
 
-    void optionsChangedInTheDialogAreKept()
+    void optionsDialog_data()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        auto s = start(script);
-        const QString out = env.root() + QStringLiteral("/Briefe");
+        QTest::addColumn<bool>("ok");
+        QTest::newRow("OK: kept for the run and the next start") << true;
+        QTest::newRow("Cancel changes nothing") << false;
+    }
+    void optionsDialog()
+    {
+        QFETCH(bool, ok);
+        Session run(false);
+        const QString out = run.env.root() + QStringLiteral("/Briefe");
         QDir().mkpath(out);
         FrmMain::setDialogHook([&](QDialog& dlg) {
             QVERIFY(qobject_cast<FrmOptions*>(&dlg));
@@ -131,31 +107,17 @@ private Q_SLOTS:
             child<QCheckBox>(&dlg, QStringLiteral("chkExitAfterFinished"))->setChecked(false);
             child<QCheckBox>(&dlg, QStringLiteral("chkAllowResize"))->setChecked(false);
             child<QLineEdit>(&dlg, QStringLiteral("txtOutputFolder"))->setText(out);
-            child<QPushButton>(&dlg, QStringLiteral("cmdOK"))->click();
+            child<QPushButton>(&dlg, ok ? "cmdOK" : "cmdCancel")->click();
         });
-        s->w()->findChild<QAction*>(QStringLiteral("mnuExtraOptions"))->trigger();
-        QVERIFY(!s->g.settings.ExitAfterFinished);
-        QVERIFY(!s->g.settings.AllowResize);
-        QCOMPARE(s->g.settings.OutputFolder, out);
-        s->w()->close();
+        run.s->w()->findChild<QAction*>(QStringLiteral("mnuExtraOptions"))->trigger();
+        QCOMPARE(run.s->g.settings.ExitAfterFinished, !ok);
+        QCOMPARE(run.s->g.settings.AllowResize, !ok);
+        QCOMPARE(run.s->g.settings.OutputFolder, ok ? out : QString());
+        run.s->w()->close();
 
-        auto again = start(script, false);
-        QVERIFY(!again->g.settings.ExitAfterFinished);
-        QCOMPARE(again->g.settings.OutputFolder, out);
-    }
-
-    void optionsCancelledChangeNothing()
-    {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        auto s = start(script);
-        FrmMain::setDialogHook([&](QDialog& dlg) {
-            dlg.show();
-            child<QCheckBox>(&dlg, QStringLiteral("chkExitAfterFinished"))->setChecked(false);
-            child<QPushButton>(&dlg, QStringLiteral("cmdCancel"))->click();
-        });
-        s->w()->findChild<QAction*>(QStringLiteral("mnuExtraOptions"))->trigger();
-        QVERIFY(s->g.settings.ExitAfterFinished);
+        auto again = start(run.script, false);
+        QCOMPARE(again->g.settings.ExitAfterFinished, !ok);
+        QCOMPARE(again->g.settings.OutputFolder, ok ? out : QString());
     }
 
     void folderButtonPutsTheChosenPathIntoTheBox_data()
@@ -167,11 +129,8 @@ private Q_SLOTS:
     void folderButtonPutsTheChosenPathIntoTheBox()
     {
         QFETCH(bool, ok);
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeStandardContacts(env);
-        auto s = start(script);
-        auto* box = child<QLineEdit>(s->w(), QStringLiteral("txtOutlookFolder"));
+        Session run;
+        auto* box = child<QLineEdit>(run.s->w(), QStringLiteral("txtOutlookFolder"));
         box->setText(QStringLiteral("Root\\Nirgendwo"));
         FrmMain::setDialogHook([&](QDialog& dlg) {
             auto* sel = qobject_cast<FrmOutlookFolderSelection*>(&dlg);
@@ -196,11 +155,11 @@ private Q_SLOTS:
             QCOMPARE(sel->FullPath(), QStringLiteral("Persönliche Ordner\\Kontakte"));
             child<QPushButton>(&dlg, ok ? "cmdOK" : "cmdCancel")->click();
         });
-        child<QPushButton>(s->w(), QStringLiteral("cmdSelectOutlookFolder"))->click();
+        child<QPushButton>(run.s->w(), QStringLiteral("cmdSelectOutlookFolder"))->click();
         // The dialog gives the path without "Root\", which the search takes as well.
         QCOMPARE(box->text(), ok ? QStringLiteral("Persönliche Ordner\\Kontakte")
                                  : QStringLiteral("Root\\Nirgendwo"));
-        QVERIFY(script.boxes().isEmpty());
+        QVERIFY(run.script.boxes().isEmpty());
     }
 };
 

@@ -53,13 +53,6 @@ QString handedFile(const TestEnvironment& env, const QString& kind)
     return QString();
 }
 
-void search(FrmMain* w, const QString& folder, const QString& name)
-{
-    child<QLineEdit>(w, QStringLiteral("txtOutlookFolder"))->setText(folder);
-    child<QComboBox>(w, QStringLiteral("cboSearchName"))->setEditText(name);
-    child<QPushButton>(w, QStringLiteral("cmdSearch"))->click();
-}
-
 QTreeWidget* found(FrmMain* w)
 {
     return child<QTreeWidget>(w, QStringLiteral("lvwFound"));
@@ -68,6 +61,14 @@ QTreeWidget* found(FrmMain* w)
 QString label(FrmMain* w, const QString& name)
 {
     return child<QLabel>(w, name)->text();
+}
+
+// Contacts Name0, Name1, ... in files of their own, enough for a search to take a while.
+void writeNumberedContacts(const TestEnvironment& env, int count)
+{
+    for (int i = 0; i < count; ++i)
+        writeFile(contactsDir(env) + QStringLiteral("/k%1.vcf").arg(i, 3, 10, QLatin1Char('0')),
+                  Card{QStringLiteral("Name%1").arg(i), QStringLiteral("V")}.toVCard().toUtf8());
 }
 
 void verifyIdle(FrmMain* w)
@@ -149,14 +150,11 @@ private Q_SLOTS:
 
     void droppedOrSecondStartFileIsTakenAtOnce()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeStandardContacts(env);
-        auto s = start(script);
-        FrmMain* w = s->w();
-        ::search(w, contactsPath(), QStringLiteral("Müller"));
+        Session run;
+        FrmMain* w = run.w();
+        kit::searchFolder(w, contactsPath(), QStringLiteral("Müller"));
         QCOMPARE(found(w)->topLevelItemCount(), 2);
-        w->handOverContactFile(handedFile(env, QStringLiteral("vcard")));
+        w->handOverContactFile(handedFile(run.env, QStringLiteral("vcard")));
         QCOMPARE(column(found(w), 1), QStringList{QStringLiteral("Berger")});
         QCOMPARE(label(w, QStringLiteral("lblName")), QStringLiteral("Herr Hans Berger"));
         QVERIFY(child<QRadioButton>(w, QStringLiteral("optSource0"))->isChecked());
@@ -188,18 +186,15 @@ private Q_SLOTS:
         QFETCH(QString, name);
         QFETCH(int, answer);
         QFETCH(QStringList, lastNames);
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeStandardContacts(env);
-        auto s = start(script);
-        FrmMain* w = s->w();
+        Session run;
+        FrmMain* w = run.w();
         if (answer)
-            script.answer(answer);
-        ::search(w, contactsPath(), name);
-        QCOMPARE(script.boxes().size(), answer ? 1 : 0);
+            run.script.answer(answer);
+        kit::searchFolder(w, contactsPath(), name);
+        QCOMPARE(run.script.boxes().size(), answer ? 1 : 0);
         if (answer) {
-            QCOMPARE(script.boxes()[0].text, kNoName);
-            QCOMPARE(script.boxes()[0].style, Mb::OkCancel + Mb::Question);
+            QCOMPARE(run.script.boxes()[0].text, kNoName);
+            QCOMPARE(run.script.boxes()[0].style, Mb::OkCancel + Mb::Question);
         }
         QCOMPARE(column(found(w), 1), lastNames);
         QVERIFY(child<QRadioButton>(w, QStringLiteral("optSource1"))->isChecked());
@@ -211,13 +206,10 @@ private Q_SLOTS:
 
     void hitRowsCarryIconsAndEntryIds()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeStandardContacts(env);
-        auto s = start(script);
-        script.answer(Mb::Ok);
-        ::search(s->w(), contactsPath(), QString());
-        QTreeWidget* list = found(s->w());
+        Session run;
+        run.script.answer(Mb::Ok);
+        kit::searchFolder(run.s->w(), contactsPath(), QString());
+        QTreeWidget* list = found(run.s->w());
         QCOMPARE(list->columnCount(), 4);
         QCOMPARE(list->headerItem()->text(0), QStringLiteral("Speichern unter"));
         QCOMPARE(list->headerItem()->text(3), QStringLiteral("Firma"));
@@ -255,51 +247,40 @@ private Q_SLOTS:
         QFETCH(QString, name);
         QFETCH(QString, text);
         QFETCH(int, style);
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeStandardContacts(env);
-        auto s = start(script);
+        Session run;
         // GetFolderByPath reports the missing folder first, then the folder object says it
         // cannot open it.
-        script.setLenient(true);
-        ::search(s->w(), folder, name);
-        QVERIFY(!script.boxes().isEmpty());
-        QCOMPARE(script.boxes().last().text, text);
-        QCOMPARE(script.boxes().last().icon(), style);
-        QCOMPARE(found(s->w())->topLevelItemCount(), 0);
-        verifyIdle(s->w());
+        run.script.setLenient(true);
+        kit::searchFolder(run.s->w(), folder, name);
+        QVERIFY(!run.script.boxes().isEmpty());
+        QCOMPARE(run.script.boxes().last().text, text);
+        QCOMPARE(run.script.boxes().last().icon(), style);
+        QCOMPARE(found(run.s->w())->topLevelItemCount(), 0);
+        verifyIdle(run.s->w());
     }
 
     void nameWithApostropheFailsCleanly()
     {
         // The name goes into the filter as typed; a filter that cannot be read is reported
         // and the search buttons come back.
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeStandardContacts(env);
-        auto s = start(script);
-        script.answer(Mb::No);
-        ::search(s->w(), contactsPath(), QStringLiteral("O'Neill"));
-        QCOMPARE(script.boxes().size(), 1);
-        QVERIFY2(script.boxes()[0].text.contains(QLatin1String("Suchen")),
-                 qPrintable(script.boxes()[0].text));
-        verifyIdle(s->w());
+        Session run;
+        run.script.answer(Mb::No);
+        kit::searchFolder(run.s->w(), contactsPath(), QStringLiteral("O'Neill"));
+        QCOMPARE(run.script.boxes().size(), 1);
+        QVERIFY2(run.script.boxes()[0].text.contains(QLatin1String("Suchen")),
+                 qPrintable(run.script.boxes()[0].text));
+        verifyIdle(run.s->w());
     }
 
     void abortKeepsRowsFoundSoFar()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        for (int i = 0; i < 60; ++i)
-            writeFile(
-                contactsDir(env) + QStringLiteral("/k%1.vcf").arg(i, 3, 10, QLatin1Char('0')),
-                Card{QStringLiteral("Name%1").arg(i), QStringLiteral("V")}.toVCard().toUtf8());
-        auto s = start(script);
-        FrmMain* w = s->w();
+        Session run(false);
+        writeNumberedContacts(run.env, 60);
+        FrmMain* w = run.w();
         auto* abort = child<QPushButton>(w, QStringLiteral("cmdAbort"));
         int yieldsWhileSearching = 0;
         bool sawSearching = false;
-        script.onDoEvents([&] {
+        run.script.onDoEvents([&] {
             if (!abort->isEnabled())
                 return;
             sawSearching = sawSearching || w->statusText() == QLatin1String("Suchen...");
@@ -307,33 +288,28 @@ private Q_SLOTS:
             if (++yieldsWhileSearching == 12)
                 abort->click();
         });
-        script.answer(Mb::Ok);
-        ::search(w, contactsPath(), QString());
-        script.onDoEvents({});
+        run.script.answer(Mb::Ok);
+        kit::searchFolder(w, contactsPath(), QString());
+        run.script.onDoEvents({});
         QVERIFY(sawSearching);
         const int rows = found(w)->topLevelItemCount();
         QVERIFY2(rows > 0 && rows < 20, qPrintable(QString::number(rows)));
         QCOMPARE(found(w)->topLevelItem(0)->text(1), QStringLiteral("Name0"));
         verifyIdle(w);
         // A new search starts afresh.
-        ::search(w, contactsPath(), QStringLiteral("Name59"));
+        kit::searchFolder(w, contactsPath(), QStringLiteral("Name59"));
         QCOMPARE(column(found(w), 1), QStringList{QStringLiteral("Name59")});
     }
 
     void closeDuringSearchWaitsForTheLoop()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        for (int i = 0; i < 40; ++i)
-            writeFile(
-                contactsDir(env) + QStringLiteral("/k%1.vcf").arg(i, 3, 10, QLatin1Char('0')),
-                Card{QStringLiteral("Name%1").arg(i), QStringLiteral("V")}.toVCard().toUtf8());
-        auto s = start(script);
-        FrmMain* w = s->w();
+        Session run(false);
+        writeNumberedContacts(run.env, 40);
+        FrmMain* w = run.w();
         auto* abort = child<QPushButton>(w, QStringLiteral("cmdAbort"));
         bool closed = false;
         QString statusAfterClose;
-        script.onDoEvents([&] {
+        run.script.onDoEvents([&] {
             if (abort->isEnabled() && !closed) {
                 closed = true;
                 w->close();
@@ -341,9 +317,9 @@ private Q_SLOTS:
                 QVERIFY(w->isVisible());
             }
         });
-        script.answer(Mb::Ok);
-        ::search(w, contactsPath(), QString());
-        script.onDoEvents({});
+        run.script.answer(Mb::Ok);
+        kit::searchFolder(w, contactsPath(), QString());
+        run.script.onDoEvents({});
         QVERIFY(closed);
         QCOMPARE(statusAfterClose, QStringLiteral("Abbrechen..."));
         QVERIFY(found(w)->topLevelItemCount() < 40);
@@ -373,7 +349,7 @@ private Q_SLOTS:
                   "X-ZETTELWERK-TYPE=text:Labor Holding\r\nEND:VCARD\r\n");
         auto s = start(script);
         FrmMain* w = s->w();
-        ::search(w, contactsPath(), QStringLiteral("Weiß"));
+        kit::searchFolder(w, contactsPath(), QStringLiteral("Weiß"));
         found(w)->setCurrentItem(found(w)->topLevelItem(0));
         QCOMPARE(label(w, QStringLiteral("lblName")), QStringLiteral("Dr. Jürgen Weiß"));
         QCOMPARE(label(w, QStringLiteral("lblCompany1")), QStringLiteral("Labor GmbH"));
@@ -397,7 +373,7 @@ private Q_SLOTS:
         }
         // A new search empties the frame and goes back to the business address, but the
         // chosen contact stays until the next choice.
-        ::search(w, contactsPath(), QStringLiteral("Niemand"));
+        kit::searchFolder(w, contactsPath(), QStringLiteral("Niemand"));
         QCOMPARE(label(w, QStringLiteral("lblName")), QString());
         QCOMPARE(label(w, QStringLiteral("lblStreet0")), QString());
         QVERIFY(child<QRadioButton>(w, QStringLiteral("optAddress0"))->isChecked());
@@ -415,13 +391,13 @@ private Q_SLOTS:
         auto s = start(script);
         FrmMain* w = s->w();
         script.answer(Mb::Ok);
-        ::search(w, contactsPath(), QStringLiteral("Müller"));
+        kit::searchFolder(w, contactsPath(), QStringLiteral("Müller"));
         QCOMPARE(found(w)->topLevelItemCount(), 2);
         QCOMPARE(script.boxes().size(), 1);
         QVERIFY2(script.boxes()[0].text.contains(QLatin1String("kaputt.vcf")),
                  qPrintable(script.boxes()[0].text));
         QCOMPARE(script.boxes()[0].icon(), Mb::Exclamation);
-        ::search(w, contactsPath(), QStringLiteral("Berger"));
+        kit::searchFolder(w, contactsPath(), QStringLiteral("Berger"));
         QCOMPARE(script.boxes().size(), 1);
         verifyIdle(w);
     }
@@ -433,8 +409,8 @@ private Q_SLOTS:
         writeStandardContacts(env);
         {
             auto s = start(script);
-            ::search(s->w(), contactsPath(), QStringLiteral(" Berger "));
-            ::search(s->w(), contactsPath(), QStringLiteral("Müller"));
+            kit::searchFolder(s->w(), contactsPath(), QStringLiteral(" Berger "));
+            kit::searchFolder(s->w(), contactsPath(), QStringLiteral("Müller"));
             s->w()->close();
         }
         auto s = start(script, false);
@@ -448,14 +424,13 @@ private Q_SLOTS:
 
     void sampleStoreIsOfferedUntilAFolderIsChosen()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        auto s = start(script);
-        QCOMPARE(child<QLineEdit>(s->w(), QStringLiteral("txtOutlookFolder"))->text(),
+        Session run(false);
+        QCOMPARE(child<QLineEdit>(run.s->w(), QStringLiteral("txtOutlookFolder"))->text(),
                  QStringLiteral("Root\\Beispielkontakte"));
-        ::search(s->w(), QStringLiteral("Root\\Beispielkontakte"), QStringLiteral("Müller"));
-        QVERIFY(found(s->w())->topLevelItemCount() >= 1);
-        QCOMPARE(script.boxes().size(), 0);
+        kit::searchFolder(run.s->w(), QStringLiteral("Root\\Beispielkontakte"),
+                          QStringLiteral("Müller"));
+        QVERIFY(found(run.s->w())->topLevelItemCount() >= 1);
+        QCOMPARE(run.script.boxes().size(), 0);
     }
 };
 

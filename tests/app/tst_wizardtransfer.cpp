@@ -31,24 +31,9 @@ QPushButton* finish(FrmMain* w)
     return child<QPushButton>(w, QStringLiteral("cmdFinish"));
 }
 
-// Searches the personal store for a last name and chooses the first hit.
-void chooseContact(FrmMain* w, const QString& lastName)
-{
-    child<QLineEdit>(w, QStringLiteral("txtOutlookFolder"))->setText(contactsPath());
-    child<QComboBox>(w, QStringLiteral("cboSearchName"))->setEditText(lastName);
-    child<QPushButton>(w, QStringLiteral("cmdSearch"))->click();
-    auto* list = child<QTreeWidget>(w, QStringLiteral("lvwFound"));
-    if (list->topLevelItemCount() == 0)
-        qFatal("no hit for %s", qPrintable(lastName));
-    list->setCurrentItem(list->topLevelItem(0));
-}
-
 void chooseTemplate(FrmMain* w, const QString& shownName)
 {
-    const QList<QListWidgetItem*> items = templates(w)->findItems(shownName, Qt::MatchExactly);
-    if (items.isEmpty())
-        qFatal("no template %s", qPrintable(shownName));
-    templates(w)->setCurrentItem(items.first());
+    selectRow(templates(w), shownName);
 }
 
 QStringList previewLines(FrmMain* w)
@@ -79,11 +64,8 @@ class TstWizardTransfer : public QObject
 private Q_SLOTS:
     void templateListAndBookmarks()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeStandardContacts(env);
-        auto s = start(script);
-        FrmMain* w = s->w();
+        Session run;
+        FrmMain* w = run.w();
         QListWidget* list = templates(w);
         QCOMPARE(list->count(), 3);
         QCOMPARE(list->item(0)->text(), QStringLiteral("(leeres Dokument)"));
@@ -91,7 +73,7 @@ private Q_SLOTS:
         QCOMPARE(list->item(2)->text(), QStringLiteral("Bsp-Brief.dotx"));
         QVERIFY(!finish(w)->isEnabled());
 
-        chooseContact(w, QStringLiteral("Berger"));
+        chooseHit(w, QStringLiteral("Berger"));
         child<QPushButton>(w, QStringLiteral("cmdNextTab"))->click();
         chooseTemplate(w, QStringLiteral("Bsp-Brief.dotx"));
         QVERIFY(finish(w)->isEnabled());
@@ -146,10 +128,8 @@ private Q_SLOTS:
         QFETCH(bool, emptyLine);
         QFETCH(bool, sameLine);
         QFETCH(QStringList, lines);
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        auto s = start(script);
-        FrmMain* w = s->w();
+        Session run(false);
+        FrmMain* w = run.w();
         child<QTabWidget>(w, QStringLiteral("tabMain"))->setCurrentIndex(2);
         auto setBox = [&](const char* name, bool on) {
             auto* box = child<QCheckBox>(w, QLatin1String(name));
@@ -161,9 +141,9 @@ private Q_SLOTS:
         setBox("chkTitleAndNameOnSameLine", sameLine);
         child<QRadioButton>(w, QStringLiteral("optAddressOrder%1").arg(order))->click();
         QCOMPARE(previewLines(w), padded(lines));
-        QCOMPARE(s->g.settings.AddNToHerr, addN);
-        QCOMPARE(s->g.settings.AddEmptyLineBeforeCity, emptyLine);
-        QCOMPARE(s->g.settings.TitleAndNameOnSameLine, sameLine);
+        QCOMPARE(run.s->g.settings.AddNToHerr, addN);
+        QCOMPARE(run.s->g.settings.AddEmptyLineBeforeCity, emptyLine);
+        QCOMPARE(run.s->g.settings.TitleAndNameOnSameLine, sameLine);
 
         auto* style = child<QLabel>(w, QStringLiteral("lblAddressStyle"));
         QCOMPARE(style->text(), QStringLiteral("Sehr geehrter Herr Mustermann,"));
@@ -175,7 +155,7 @@ private Q_SLOTS:
 
         // The boxes are settings: they survive the run.
         w->close();
-        auto again = start(script, false);
+        auto again = start(run.script, false);
         QCOMPARE(child<QCheckBox>(again->w(), QStringLiteral("chkAddNToHerr"))->isChecked(), addN);
         QCOMPARE(
             child<QCheckBox>(again->w(), QStringLiteral("chkTitleAndNameOnSameLine"))->isChecked(),
@@ -203,12 +183,9 @@ private Q_SLOTS:
         QFETCH(int, style);
         QFETCH(QStringList, lines);
         QFETCH(QString, salutation);
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeStandardContacts(env);
-        auto s = start(script);
-        FrmMain* w = s->w();
-        chooseContact(w, QStringLiteral("Berger"));
+        Session run;
+        FrmMain* w = run.w();
+        chooseHit(w, QStringLiteral("Berger"));
         child<QTabWidget>(w, QStringLiteral("tabMain"))->setCurrentIndex(2);
         child<QRadioButton>(w, QStringLiteral("optAddressOrder%1").arg(order))->click();
         child<QRadioButton>(w, QStringLiteral("optAddressStyle%1").arg(style))->click();
@@ -250,16 +227,13 @@ private Q_SLOTS:
         QFETCH(int, style);
         QFETCH(int, beeps);
         QFETCH(QString, status);
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeStandardContacts(env);
-        auto s = start(script);
-        FrmMain* w = s->w();
+        Session run;
+        FrmMain* w = run.w();
         if (situation != QLatin1String("nocontact"))
-            chooseContact(w, QStringLiteral("Berger"));
-        const QString gone = env.root() + QStringLiteral("/weg/Brief.dotx");
+            chooseHit(w, QStringLiteral("Berger"));
+        const QString gone = run.env.root() + QStringLiteral("/weg/Brief.dotx");
         if (situation == QLatin1String("gone")) {
-            s->g.fieldAssignmentList.add(gone + QStringLiteral("|Anrede=Anrede (OF)"));
+            run.s->g.fieldAssignmentList.add(gone + QStringLiteral("|Anrede=Anrede (OF)"));
             triggerMenu(w, "mnuExtraOptions");
             templates(w)->setCurrentRow(3);
             text = text.arg(gone);
@@ -269,40 +243,37 @@ private Q_SLOTS:
         if (situation == QLatin1String("notemplate"))
             triggerMenu(w, "mnuExtraOptions");
         if (situation == QLatin1String("noword"))
-            s->g.settings.OutputFolder = env.root() + QStringLiteral("/gibt/es/nicht");
+            run.s->g.settings.OutputFolder = run.env.root() + QStringLiteral("/gibt/es/nicht");
         QVERIFY(finish(w)->isEnabled());
-        script.answer(situation == QLatin1String("nocontact") ? Mb::Cancel : Mb::Ok);
+        run.script.answer(situation == QLatin1String("nocontact") ? Mb::Cancel : Mb::Ok);
         finish(w)->click();
-        QCOMPARE(script.boxes().size(), 1);
-        QCOMPARE(script.boxes()[0].text, text);
-        QCOMPARE(script.boxes()[0].style, style);
-        QCOMPARE(script.beeps(), beeps);
+        QCOMPARE(run.script.boxes().size(), 1);
+        QCOMPARE(run.script.boxes()[0].text, text);
+        QCOMPARE(run.script.boxes()[0].style, style);
+        QCOMPARE(run.script.beeps(), beeps);
         QCOMPARE(w->statusText(), status);
-        QVERIFY(s->opened.isEmpty());
+        QVERIFY(run.s->opened.isEmpty());
         QVERIFY(w->isVisible());
         QCOMPARE(child<QTabWidget>(w, QStringLiteral("tabMain"))->currentIndex(),
                  situation == QLatin1String("notemplate") ? 1 : 0);
-        QCOMPARE(QDir(env.root() + QStringLiteral("/home/Documents")).entryList(QDir::Files),
+        QCOMPARE(QDir(run.env.root() + QStringLiteral("/home/Documents")).entryList(QDir::Files),
                  QStringList());
     }
 
     void completeTransferFillsEveryBookmarkAndCloses()
     {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeStandardContacts(env);
-        auto s = start(script);
-        FrmMain* w = s->w();
-        chooseContact(w, QStringLiteral("Berger"));
+        Session run;
+        FrmMain* w = run.w();
+        chooseHit(w, QStringLiteral("Berger"));
         chooseTemplate(w, QStringLiteral("Bsp-Brief.dotx"));
         QStringList statuses;
-        script.onDoEvents([&] {
+        run.script.onDoEvents([&] {
             if (statuses.isEmpty() || statuses.last() != w->statusText())
                 statuses << w->statusText();
         });
         finish(w)->click();
-        script.onDoEvents({});
-        QCOMPARE(script.boxes().size(), 0);
+        run.script.onDoEvents({});
+        QCOMPARE(run.script.boxes().size(), 0);
         const QStringList expected{"Verbindung zu Word herstellen...", "Word-Dokument erstellen...",
                                    "Text übertragen...", "Bereit"};
         QVERIFY2(statuses.mid(statuses.indexOf(expected[0]), 4) == expected,
@@ -310,9 +281,9 @@ private Q_SLOTS:
         // ExitAfterFinished is on by default.
         QVERIFY(!w->isVisible());
 
-        QCOMPARE(s->opened.size(), 1);
-        const QString doc = s->opened.first();
-        QCOMPARE(QFileInfo(doc).absolutePath(), env.root() + QStringLiteral("/home/Documents"));
+        QCOMPARE(run.s->opened.size(), 1);
+        const QString doc = run.s->opened.first();
+        QCOMPARE(QFileInfo(doc).absolutePath(), run.env.root() + QStringLiteral("/home/Documents"));
         QVERIFY(doc.endsWith(QLatin1String(".docx")));
         const QMap<QString, QString> texts = bookmarkTexts(doc);
         QCOMPARE(texts.value(QStringLiteral("Empfänger1")), QStringLiteral("Muster GmbH"));
@@ -338,7 +309,7 @@ private Q_SLOTS:
         presetSettings({{QStringLiteral("ExitAfterFinished"), false}});
         auto s = start(script, false);
         FrmMain* w = s->w();
-        chooseContact(w, QStringLiteral("Berger"));
+        chooseHit(w, QStringLiteral("Berger"));
         child<QTabWidget>(w, QStringLiteral("tabMain"))->setCurrentIndex(2);
         child<QRadioButton>(w, QStringLiteral("optAddressStyle1"))->click();
         chooseTemplate(w, QStringLiteral("Bsp-Brief.dotx"));

@@ -29,27 +29,19 @@ QStringList shown(const QList<ScriptedUserInterface::Box>& boxes)
     return out;
 }
 
-// The error a call raises; number 0 when it raises none.
 const QString kErrorBoxStart = QStringLiteral("32|Fehler: GetFolderByPath\r\n");
 
 } // namespace
 
-class TstClsOutlookVgContactFolder : public QObject
+class TstClsOutlookVgContactFolder : public StoreFixture
 {
     Q_OBJECT
 
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<QTemporaryDir> m_dir;
     std::unique_ptr<ScriptedUserInterface> m_ui;
-    std::shared_ptr<OlApplication> m_app;
-
-    QString personal() const { return m_dir->path() + QStringLiteral("/pers"); }
-    QString publicRoot() const { return m_dir->path() + QStringLiteral("/public"); }
 
     std::unique_ptr<ClsOutlookVgContactFolder> logon(bool withPublic = true)
     {
-        m_app = std::make_shared<OlApplication>(storeRoots(m_dir->path(), withPublic));
-        auto folder = std::make_unique<ClsOutlookVgContactFolder>(m_app);
+        auto folder = std::make_unique<ClsOutlookVgContactFolder>(application(withPublic));
         if (!folder->OutlookLogon())
             return nullptr;
         return folder;
@@ -58,17 +50,14 @@ class TstClsOutlookVgContactFolder : public QObject
 private slots:
     void init()
     {
-        m_env = std::make_unique<TestEnvironment>();
-        m_dir = std::make_unique<QTemporaryDir>();
+        setUp();
         m_ui = std::make_unique<ScriptedUserInterface>();
     }
-
     void cleanup()
     {
         m_app.reset();
         m_ui.reset();
-        m_dir.reset();
-        m_env.reset();
+        tearDown();
     }
 
     void openFolder_data()

@@ -3,6 +3,7 @@
 #include "contacts/ContactItem.h"
 #include "contacts/VCardReader.h"
 #include "contacts/VuAppend.h"
+#include "tests/support/CaughtError.h"
 #include "tests/support/ScriptedUserInterface.h"
 #include "util/ZwError.h"
 
@@ -102,16 +103,6 @@ QString missing(const char* property)
 {
     return QStringLiteral("Eintrag 'Hans Berger': Eigenschaft '") + QString::fromUtf8(property) +
            QStringLiteral("' nicht verfügbar");
-}
-
-long errorNumber(const std::function<void()>& call)
-{
-    try {
-        call();
-    } catch (const ZwError& e) {
-        return e.number();
-    }
-    return 0;
 }
 
 // Display name, property, stored value, text expected. All properties are set on one
@@ -424,8 +415,9 @@ private slots:
         QFETCH(QString, name);
         QFETCH(int, type);
         Fields f;
-        QCOMPARE(errorNumber([&] { f.fields.GetFieldData(nullptr, name, type, 0, 1, 0); }), 91L);
-        QCOMPARE(errorNumber([&] { f.fields.GetUserPropertyNames(nullptr); }), 91L);
+        QCOMPARE(errorOf([&] { f.fields.GetFieldData(nullptr, name, type, 0, 1, 0); }).number(),
+                 91L);
+        QCOMPARE(errorOf([&] { f.fields.GetUserPropertyNames(nullptr); }).number(), 91L);
         QVERIFY(f.events.isEmpty());
     }
 
@@ -753,7 +745,7 @@ private slots:
     {
         QFETCH(QString, name);
         Fields f;
-        QCOMPARE(errorNumber([&] { f.get(berger(), name, 1); }), 13L);
+        QCOMPARE(errorOf([&] { f.get(berger(), name, 1); }).number(), 13L);
     }
 };
 

@@ -1,5 +1,5 @@
 #include "contacts/OlFilter.h"
-#include "util/ZwError.h"
+#include "tests/support/CaughtError.h"
 
 #include <QDate>
 #include <QTest>
@@ -154,12 +154,7 @@ private slots:
         QFETCH(QString, filter);
         QFETCH(QString, reason);
         QFETCH(int, position);
-        ZwError e(0, QString());
-        try {
-            OlFilter::parse(filter);
-        } catch (const ZwError& error) {
-            e = error;
-        }
+        const ZwError e = errorOf([&] { OlFilter::parse(filter); });
         QCOMPARE(e.number(), 5L);
         QCOMPARE(e.source(), QStringLiteral("Restrict"));
         QCOMPARE(e.description(),

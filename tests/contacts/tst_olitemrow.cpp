@@ -49,24 +49,13 @@ int compareFolder(const QString& dir)
 
 } // namespace
 
-class TstOlItemRow : public QObject
+class TstOlItemRow : public StoreFixture
 {
     Q_OBJECT
 
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<QTemporaryDir> m_dir;
-
 private slots:
-    void init()
-    {
-        m_env = std::make_unique<TestEnvironment>();
-        m_dir = std::make_unique<QTemporaryDir>();
-    }
-    void cleanup()
-    {
-        m_dir.reset();
-        m_env.reset();
-    }
+    void init() { setUp(); }
+    void cleanup() { tearDown(); }
 
     void rowsOfRealFoldersEqualFullItems_data()
     {
@@ -211,19 +200,9 @@ private slots:
         QCOMPARE(index.countWithRows(), 2u); // the next search
         const VCardFolderIndex::Hit second = index.hitAt(1);
         if (lastName.isEmpty()) {
-            int rowError = 0, itemError = 0;
-            try {
-                index.row(second);
-            } catch (const ZwError& e) {
-                rowError = int(e.number());
-            }
-            try {
-                index.item(second);
-            } catch (const ZwError& e) {
-                itemError = int(e.number());
-            }
+            const long rowError = errorOf([&] { index.row(second); }).number();
             QVERIFY(rowError != 0);
-            QCOMPARE(rowError, itemError);
+            QCOMPARE(errorOf([&] { index.item(second); }).number(), rowError);
         } else {
             QCOMPARE(index.row(index.hitAt(0)).lastName, lastName);
         }
@@ -245,13 +224,7 @@ private slots:
         const OlItemRow row = hits.row(1);
         QCOMPARE(row.fileAs, QStringLiteral("Meier, Udo"));
         QCOMPARE(row.entryId, QStringLiteral("UID:42"));
-        bool outOfRange = false;
-        try {
-            hits.row(2);
-        } catch (const ZwError& e) {
-            outOfRange = e.number() == 9;
-        }
-        QVERIFY(outOfRange);
+        QCOMPARE(errorOf([&] { hits.row(2); }).number(), 9L);
     }
 };
 

@@ -21,7 +21,6 @@ using namespace storekit;
 namespace
 {
 
-// The error a call raises; number 0 when it raises none.
 QStringList lastNames(const OlItems& items)
 {
     QStringList out;
@@ -32,22 +31,15 @@ QStringList lastNames(const OlItems& items)
 
 } // namespace
 
-class TstOlSession : public QObject
+class TstOlSession : public StoreFixture
 {
     Q_OBJECT
 
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<QTemporaryDir> m_dir;
-    std::shared_ptr<OlApplication> m_app;
     std::shared_ptr<OlNameSpace> m_ns;
-
-    QString personal() const { return m_dir->path() + QStringLiteral("/pers"); }
-    QString publicRoot() const { return m_dir->path() + QStringLiteral("/public"); }
 
     std::shared_ptr<OlNameSpace> logon(bool withPublic = true)
     {
-        m_app = std::make_shared<OlApplication>(storeRoots(m_dir->path(), withPublic));
-        m_ns = m_app->GetNamespace(QStringLiteral("MAPI"));
+        m_ns = application(withPublic)->GetNamespace(QStringLiteral("MAPI"));
         m_ns->Logon();
         return m_ns;
     }
@@ -62,18 +54,11 @@ class TstOlSession : public QObject
     }
 
 private slots:
-    void init()
-    {
-        m_env = std::make_unique<TestEnvironment>();
-        m_dir = std::make_unique<QTemporaryDir>();
-    }
-
+    void init() { setUp(); }
     void cleanup()
     {
         m_ns.reset();
-        m_app.reset();
-        m_dir.reset();
-        m_env.reset();
+        tearDown();
     }
 
     void storesAndFirstUse()

@@ -1,4 +1,5 @@
 #include "WordTestFixture.h"
+#include "WordXml.h"
 #include "document/ClsWord.h"
 #include "document/FieldAssignmentDefaults.h"
 #include "tests/support/ScriptedUserInterface.h"
@@ -12,29 +13,10 @@
 #include <unistd.h>
 
 using namespace OoxmlTestPackage;
+using namespace WordXml;
 
 namespace
 {
-
-std::string start(int id, const std::string& name)
-{
-    return "<w:bookmarkStart w:id=\"" + std::to_string(id) + "\" w:name=\"" + name + "\"/>";
-}
-
-std::string end(int id)
-{
-    return "<w:bookmarkEnd w:id=\"" + std::to_string(id) + "\"/>";
-}
-
-std::string para(const std::string& content)
-{
-    return "<w:p>" + content + "</w:p>";
-}
-
-std::string run(const std::string& text)
-{
-    return "<w:r><w:t xml:space=\"preserve\">" + text + "</w:t></w:r>";
-}
 
 const char* const readOnly = "<w:documentProtection w:edit=\"readOnly\" w:enforcement=\"1\"/>";
 

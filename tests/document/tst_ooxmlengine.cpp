@@ -1,7 +1,8 @@
 #include "OoxmlTestPackage.h"
+#include "WordXml.h"
 #include "document/DocumentErrors.h"
 #include "document/OoxmlEngine.h"
-#include "util/ZwError.h"
+#include "tests/support/CaughtError.h"
 
 #include <QCryptographicHash>
 #include <QDir>
@@ -10,55 +11,12 @@
 #include <functional>
 
 using namespace OoxmlTestPackage;
+using namespace WordXml;
 
 namespace
 {
 
 const std::string bold = "<w:rPr><w:b/></w:rPr>";
-
-std::string run(const std::string& text, const std::string& rPr = std::string())
-{
-    return "<w:r>" + rPr + "<w:t xml:space=\"preserve\">" + text + "</w:t></w:r>";
-}
-
-std::string start(int id, const std::string& name)
-{
-    return "<w:bookmarkStart w:id=\"" + std::to_string(id) + "\" w:name=\"" + name + "\"/>";
-}
-
-std::string end(int id)
-{
-    return "<w:bookmarkEnd w:id=\"" + std::to_string(id) + "\"/>";
-}
-
-std::string para(const std::string& content, const std::string& pPr = std::string())
-{
-    return "<w:p>" + pPr + content + "</w:p>";
-}
-
-std::string textBox(const std::string& content)
-{
-    // Word writes a text box twice: for current readers and as VML for older ones.
-    return "<w:p><w:r><mc:AlternateContent><mc:Choice Requires=\"wps\"><w:drawing><wps:wsp>"
-           "<wps:txbx><w:txbxContent>" +
-           content +
-           "</w:txbxContent></wps:txbx></wps:wsp></w:drawing></mc:Choice><mc:Fallback><w:pict>"
-           "<v:shape><v:textbox><w:txbxContent>" +
-           content +
-           "</w:txbxContent></v:textbox></v:shape></w:pict></mc:Fallback></mc:AlternateContent>"
-           "</w:r></w:p>";
-}
-
-// The error a call raises; number 0 when it raises none.
-ZwError errorOf(const std::function<void()>& call)
-{
-    try {
-        call();
-    } catch (const ZwError& e) {
-        return e;
-    }
-    return ZwError(0, QString());
-}
 
 QStringList bookmarkNames(EngineDocument& document)
 {

@@ -1,5 +1,6 @@
 #include "tests/support/ScriptedUserInterface.h"
 #include "tests/support/TestEnvironment.h"
+#include "tests/support/TestFiles.h"
 #include "util/AppInfo.h"
 #include "util/ErrorRoutine.h"
 
@@ -16,19 +17,6 @@ namespace
 {
 
 const QString kCaption = AppInfo::title() + QStringLiteral(" - Fehler");
-
-QByteArray readAll(const QString& path)
-{
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-void writeAll(const QString& path, const QByteArray& data)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(f.write(data), data.size());
-}
 
 // Recognisable content: every byte tells its position, so a tail taken from the wrong
 // offset shows.
@@ -101,19 +89,23 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("origin");
         QTest::addColumn<QString>("module");
-        QTest::addColumn<long>("number");
+        QTest::addColumn<long>("number"); // -1: no error handed in
         QTest::addColumn<QString>("source");
         QTest::addColumn<QString>("text");
         QTest::addColumn<int>("style");
 
         const QString noModule; // null: not passed
         QTest::newRow("no pending error, no module: empty middle and trailing line")
-            << "InitDotFileList" << noModule << 0L << QString() << "Fehler: InitDotFileList\r\n\r\n"
+            << "InitDotFileList" << noModule << -1L << QString()
+            << "Fehler: InitDotFileList\r\n\r\n"
             << 48;
         QTest::newRow("no pending error, with module")
             << "MaxLength muß größer oder gleich 1 (KB) sein!"
-            << "VuCutFile" << 0L << QString()
+            << "VuCutFile" << -1L << QString()
             << "Fehler: MaxLength muß größer oder gleich 1 (KB) sein!\r\n\r\nin Modul VuCutFile"
+            << 48;
+        QTest::newRow("error number 0 is no pending error")
+            << "Form_Load" << noModule << 0L << QString() << "Fehler: Form_Load\r\n\r\n"
             << 48;
         QTest::newRow("pending error 53 without module asks for a retry")
             << "InitDotFileList" << noModule << 53L << QString()
@@ -129,7 +121,7 @@ private Q_SLOTS:
             << 36;
         QTest::newRow("empty module text passed still names the module line")
             << "Form_Load"
-            << "" << 0L << QString() << "Fehler: Form_Load\r\n\r\nin Modul " << 48;
+            << "" << -1L << QString() << "Fehler: Form_Load\r\n\r\nin Modul " << 48;
     }
 
     void errorBox()
@@ -142,34 +134,20 @@ private Q_SLOTS:
         QFETCH(int, style);
 
         ScriptedUserInterface script;
-        script.answer(number ? Mb::No : Mb::Ok);
-        bool result = true;
-        if (number) {
-            bool retry = true;
-            result =
-                VuShowError(origin, ZwError(number, QStringLiteral("Datei nicht gefunden"), source),
-                            module, &retry);
-            QVERIFY(!retry);
-        } else {
-            result = VuShowError(origin, module);
-        }
+        script.answer(number > 0 ? Mb::No : Mb::Ok);
+        bool retry = true;
+        const bool result =
+            number < 0
+                ? VuShowError(origin, module)
+                : VuShowError(origin,
+                              ZwError(number, QStringLiteral("Datei nicht gefunden"), source),
+                              module, &retry);
         QVERIFY(!result);
+        QCOMPARE(retry, number < 0);
         QCOMPARE(script.boxes().size(), 1);
         QCOMPARE(script.boxes()[0].text, text);
         QCOMPARE(script.boxes()[0].style, style);
         QCOMPARE(script.boxes()[0].title, kCaption);
-    }
-
-    void errorNumberZeroIsNoPendingError()
-    {
-        ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        bool retry = true;
-        VuShowError(QStringLiteral("Form_Load"), ZwError(0, QStringLiteral("x")), QString(),
-                    &retry);
-        QVERIFY(!retry);
-        QCOMPARE(script.boxes()[0].text, QStringLiteral("Fehler: Form_Load\r\n\r\n"));
-        QCOMPARE(script.boxes()[0].style, Mb::Exclamation);
     }
 
     void trapRunsTheBodyOnceMorePerYes_data()
@@ -420,7 +398,7 @@ private Q_SLOTS:
         QFETCH(QByteArray, written);
 
         const QString file = m_env->root() + QStringLiteral("/out.txt");
-        writeAll(file, "vorher\r\n");
+        writeFile(file, "vorher\r\n");
         ScriptedUserInterface script;
         QVERIFY(VuAppendToFile(text, file, conversion));
         QCOMPARE(readAll(file), "vorher\r\n" + written);
@@ -443,7 +421,7 @@ private Q_SLOTS:
         QFETCH(QString, reason);
 
         QDir(m_env->root()).mkdir(QStringLiteral("ordner"));
-        writeAll(m_env->root() + QStringLiteral("/datei"), "x");
+        writeFile(m_env->root() + QStringLiteral("/datei"), "x");
         const QString file = m_env->root() + relativePath;
         ScriptedUserInterface script;
         script.answer(Mb::Ok);
@@ -474,7 +452,7 @@ private Q_SLOTS:
         QFETCH(bool, cut);
 
         const QByteArray old = numberedBytes(size);
-        writeAll(m_logFile, old);
+        writeFile(m_logFile, old);
         QFile::setPermissions(m_logFile, QFile::ReadOwner | QFile::WriteOwner | QFile::ReadGroup |
                                              QFile::ReadOther);
         ScriptedUserInterface script;
@@ -499,7 +477,7 @@ private Q_SLOTS:
 
     void cutRefusesZeroKilobytes()
     {
-        writeAll(m_logFile, numberedBytes(60000));
+        writeFile(m_logFile, numberedBytes(60000));
         ScriptedUserInterface script;
         script.answer(Mb::Ok);
         VuCutFile(m_logFile, 0);
@@ -517,8 +495,8 @@ private Q_SLOTS:
     {
         const QString first = m_env->root() + QStringLiteral("/a.log");
         const QString second = m_env->root() + QStringLiteral("/b.log");
-        writeAll(first, numberedBytes(60000));
-        writeAll(second, numberedBytes(60000));
+        writeFile(first, numberedBytes(60000));
+        writeFile(second, numberedBytes(60000));
         ReenteringUserInterface reentering;
         reentering.otherFile = second;
         setUserInterface(&reentering);
@@ -533,7 +511,7 @@ private Q_SLOTS:
     void cutLeavesLogWhenTempFolderIsMissing()
     {
         const QByteArray old = numberedBytes(60000);
-        writeAll(m_logFile, old);
+        writeFile(m_logFile, old);
         ScopedTmpDir missing(m_env->root() + QStringLiteral("/gibt-es-nicht"));
         ScriptedUserInterface script;
         VuCutFile(m_logFile, 1);
@@ -551,7 +529,7 @@ private Q_SLOTS:
             QSKIP("no second file system for the temporary folder here");
 
         const QByteArray old = numberedBytes(70000);
-        writeAll(m_logFile, old);
+        writeFile(m_logFile, old);
         {
             ScopedTmpDir elsewhere(otherTemp.path());
             ScriptedUserInterface script;
@@ -569,7 +547,7 @@ private Q_SLOTS:
 
     void logLineTriggersCut()
     {
-        writeAll(m_logFile, numberedBytes(51000));
+        writeFile(m_logFile, numberedBytes(51000));
         ScriptedUserInterface script;
         script.answer(Mb::Ok);
         VuSetLogging(true, m_logFile, 1);

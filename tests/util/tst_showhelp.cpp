@@ -1,5 +1,6 @@
 #include "tests/support/ScriptedUserInterface.h"
 #include "tests/support/TestEnvironment.h"
+#include "tests/support/TestFiles.h"
 #include "util/AppInfo.h"
 #include "util/widgets/HelpWindow.h"
 #include "util/widgets/ShowHelp.h"
@@ -13,13 +14,6 @@
 
 namespace
 {
-
-void writeFile(const QString& path, const QByteArray& data)
-{
-    QFile f(path);
-    QVERIFY(f.open(QIODevice::WriteOnly));
-    f.write(data);
-}
 
 // A page long enough that every anchor sits below the first screen.
 QByteArray longPage()

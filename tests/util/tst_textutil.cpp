@@ -1,5 +1,6 @@
 #include "tests/support/ScriptedUserInterface.h"
 #include "tests/support/TestEnvironment.h"
+#include "tests/support/TestFiles.h"
 #include "util/SystemNames.h"
 #include "util/TextUtil.h"
 
@@ -74,11 +75,7 @@ private Q_SLOTS:
     void fileExists()
     {
         TestEnvironment env;
-        const QString file = env.root() + QStringLiteral("/Brief.dotx");
-        {
-            QFile f(file);
-            QVERIFY(f.open(QIODevice::WriteOnly));
-        }
+        const QString file = writeFile(env.root() + QStringLiteral("/Brief.dotx"), {});
         QVERIFY(VuFileExists(file));
         QVERIFY(!VuFileExists(env.root() + QStringLiteral("/fehlt.dotx")));
         QVERIFY(!VuFileExists(env.root())); // a folder is no file

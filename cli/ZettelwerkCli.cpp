@@ -1,4 +1,5 @@
 #include "cli/ZettelwerkCli.h"
+#include "util/SystemErrorText.h"
 
 #include "cli/CliContactSource.h"
 #include "cli/CliExitCode.h"
@@ -151,7 +152,7 @@ void ZettelwerkCli::connectContacts(const CliOptions& o)
         if (!file.open(QIODevice::ReadOnly)) {
             throw CliFailure(CliExitCode::Usage,
                              QStringLiteral("Die Kennwortdatei '%1' kann nicht gelesen werden: %2")
-                                 .arg(shown(o.passwordFile), file.errorString()));
+                                 .arg(shown(o.passwordFile), VuFileErrorText(file)));
         }
         QString password = QString::fromUtf8(file.readLine());
         while (password.endsWith(u'\n') || password.endsWith(u'\r'))

@@ -1,4 +1,5 @@
 #include "contacts/CardDavBookCache.h"
+#include "util/SystemErrorText.h"
 
 #include "contacts/OlFolder.h"
 
@@ -32,7 +33,7 @@ bool writeReplacing(const QString& path, const QByteArray& bytes, QString* error
     QFile f(temp);
     if (!f.open(QIODevice::WriteOnly | QIODevice::Truncate) || f.write(bytes) != bytes.size()) {
         if (error)
-            *error = f.errorString();
+            *error = VuFileErrorText(f);
         f.remove();
         return false;
     }
@@ -129,7 +130,7 @@ bool CardDavBookCache::save(QString* error) const
     if (!f.open(QIODevice::WriteOnly) ||
         f.write(QJsonDocument(o).toJson(QJsonDocument::Compact)) < 0 || !f.commit()) {
         if (error)
-            *error = f.errorString();
+            *error = VuFileErrorText(f);
         return false;
     }
     const QString classFile = m_dir + QLatin1Char('/') + OlFolder::metadataFileName();

@@ -1,4 +1,5 @@
 #include "contacts/FolderIndexStore.h"
+#include "util/SystemErrorText.h"
 
 #include "contacts/IndexedCard.h"
 #include "util/AppInfo.h"
@@ -247,7 +248,7 @@ bool FolderIndexStore::update(QList<Entry> entries)
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit()) {
         VuLog(LogLevel::Info, QStringLiteral("Der Suchindex '%1' kann nicht geschrieben werden: "
                                              "%2")
-                                  .arg(m_filePath, file.errorString()));
+                                  .arg(m_filePath, VuFileErrorText(file)));
         m_stamp.reset();
         return false;
     }

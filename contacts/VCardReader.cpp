@@ -1,4 +1,5 @@
 #include "contacts/VCardReader.h"
+#include "util/SystemErrorText.h"
 
 #include "contacts/VCardText.h"
 
@@ -714,7 +715,7 @@ bool VCardReader::loadFile(const QString& path, QByteArray& bytes, QString& prob
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly)) {
         problem = QStringLiteral("Die Datei '%1' kann nicht gelesen werden: %2")
-                      .arg(shown, file.errorString());
+                      .arg(shown, VuFileErrorText(file));
         return false;
     }
     // Read in pieces up to one byte past the limit: a file that grows meanwhile, or one that
@@ -728,7 +729,7 @@ bool VCardReader::loadFile(const QString& path, QByteArray& bytes, QString& prob
         bytes.resize(old + qsizetype(qMax<qint64>(got, 0)));
         if (got < 0) {
             problem = QStringLiteral("Die Datei '%1' kann nicht gelesen werden: %2")
-                          .arg(shown, file.errorString());
+                          .arg(shown, VuFileErrorText(file));
             bytes.clear();
             return false;
         }

@@ -1,4 +1,5 @@
 #include "document/OoxmlEngine.h"
+#include "util/SystemErrorText.h"
 
 #include "document/BlankDocument.h"
 #include "document/DocumentErrors.h"
@@ -188,7 +189,7 @@ std::shared_ptr<const OoxmlTemplate> OoxmlEngine::templateFor(const QString& pat
     if (!file.open(QIODevice::ReadOnly))
         throw ZwError(DocumentError::BadTemplate,
                       QStringLiteral("Die Dokumentvorlage \"%1\" kann nicht gelesen werden: %2")
-                          .arg(shown, file.errorString()),
+                          .arg(shown, VuFileErrorText(file)),
                       source());
     // Reserve what the file holds, not the limit: one byte more tells a file that grew.
     const qint64 wanted = std::min<qint64>(st.st_size, qint64(m_limits.maxFileBytes)) + 1;

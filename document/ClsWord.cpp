@@ -36,7 +36,13 @@ QString source()
 
 QString sofficePath()
 {
-    return QStandardPaths::findExecutable(QStringLiteral("soffice"));
+    // LibreOffice's core can be installed without Writer (Debian's UNO development package
+    // brings it alone); only an office with its Writer module beside it can fill templates.
+    const QString soffice = QStandardPaths::findExecutable(QStringLiteral("soffice"));
+    if (soffice.isEmpty())
+        return {};
+    const QDir program = QFileInfo(QFileInfo(soffice).canonicalFilePath()).dir();
+    return program.exists(QStringLiteral("libswlo.so")) ? soffice : QString();
 }
 
 // Only blanks count, as in the trim the system has always used: a tab or a line break is text.

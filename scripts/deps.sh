@@ -8,15 +8,17 @@ pkgs=(build-essential cmake ninja-build pkgconf qt6-base-dev libzip-dev libpugix
       zlib1g-dev fonts-dejavu-core qtkeychain-qt6-dev libreoffice-dev)
 # Qt's German texts for standard buttons and file dialogs, read at run time.
 pkgs+=(qt6-translations-l10n)
+# LibreOffice Writer fills the older templates (and reads documents back in the tests). Either
+# Writer will do (the GUI one shows documents live); the two exclude each other, and the UNO
+# package above brings LibreOffice's core without Writer.
+installed() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q 'install ok installed'; }
+if ! installed libreoffice-writer && ! installed libreoffice-writer-nogui; then
+  pkgs+=(libreoffice-writer-nogui)
+fi
 if [ "${1:-build}" = test ]; then
   # LibreOffice fills and reads back documents in the tests; pdftoppm (poppler) renders them
   # to pictures for a look by eye.
   pkgs+=(xvfb xauth poppler-utils)
-  # Either Writer will do (the GUI one shows documents live); the two exclude each other.
-  if ! dpkg-query -W -f='${Status}\n' libreoffice-writer libreoffice-writer-nogui 2>/dev/null |
-       grep -q 'install ok installed'; then
-    pkgs+=(libreoffice-writer-nogui)
-  fi
   # The install test validates the desktop entry and the AppStream metainfo.
   pkgs+=(desktop-file-utils appstream)
   # The CardDAV tests start real servers; openssl makes the certificate nobody trusts.
@@ -29,9 +31,7 @@ fi
 
 missing=()
 for p in "${pkgs[@]}"; do
-  if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null | grep -q 'install ok installed'; then
-    missing+=("$p")
-  fi
+  installed "$p" || missing+=("$p")
 done
 [ ${#missing[@]} -eq 0 ] && exit 0
 

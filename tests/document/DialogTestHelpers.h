@@ -98,6 +98,7 @@ public:
             file.write("#!/bin/sh\nexit 0\n");
             file.close();
             file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+            QFile(m_dir.filePath(QStringLiteral("libswlo.so"))).open(QIODevice::WriteOnly);
         }
         qputenv("PATH", m_dir.path().toUtf8());
     }

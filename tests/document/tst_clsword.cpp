@@ -24,7 +24,7 @@ const char* const readOnly = "<w:documentProtection w:edit=\"readOnly\" w:enforc
 class FakePath
 {
 public:
-    enum Kind { None, Executable, NotExecutable };
+    enum Kind { None, Executable, NotExecutable, WithoutWriter };
     explicit FakePath(Kind kind) : m_old(qgetenv("PATH"))
     {
         if (kind != None) {
@@ -32,10 +32,13 @@ public:
             file.open(QIODevice::WriteOnly);
             file.write("#!/bin/sh\nexit 0\n");
             file.close();
-            file.setPermissions(kind == Executable
+            file.setPermissions(kind != NotExecutable
                                     ? QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner |
                                           QFile::ExeGroup | QFile::ExeOther
                                     : QFile::ReadOwner | QFile::WriteOwner);
+            // Writer's module beside the program, as in an installed office.
+            if (kind != WithoutWriter)
+                QFile(m_dir.filePath(QStringLiteral("libswlo.so"))).open(QIODevice::WriteOnly);
         }
         qputenv("PATH", m_dir.path().toUtf8());
     }
@@ -96,6 +99,8 @@ private Q_SLOTS:
         row("soffice on PATH: LibreOffice Writer comes first", FakePath::Executable, {}, {}, "LO");
         row("soffice without execute permission is not LibreOffice", FakePath::NotExecutable, {},
             {}, "OOXML");
+        row("LibreOffice without its Writer module is not LibreOffice Writer",
+            FakePath::WithoutWriter, {}, {}, "OOXML");
         row("the user's choice of the older version holds", FakePath::Executable, {"OOXML"}, {true},
             "OOXML");
         row("a version not installed leaves none, the next use detects again", FakePath::None,

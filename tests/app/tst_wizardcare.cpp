@@ -23,13 +23,6 @@ using namespace kit;
 namespace
 {
 
-void search(FrmMain* w, const QString& lastName)
-{
-    child<QLineEdit>(w, QStringLiteral("txtOutlookFolder"))->setText(contactsPath());
-    child<QComboBox>(w, QStringLiteral("cboSearchName"))->setEditText(lastName);
-    child<QPushButton>(w, QStringLiteral("cmdSearch"))->click();
-}
-
 void chooseHit(FrmMain* w, int row)
 {
     auto* list = child<QTreeWidget>(w, QStringLiteral("lvwFound"));
@@ -39,10 +32,7 @@ void chooseHit(FrmMain* w, int row)
 
 void chooseTemplate(FrmMain* w, const QString& shownName)
 {
-    auto* list = child<QListWidget>(w, QStringLiteral("lstDotFiles"));
-    const QList<QListWidgetItem*> items = list->findItems(shownName, Qt::MatchExactly);
-    QVERIFY(!items.isEmpty());
-    list->setCurrentItem(items.first());
+    selectRow(child<QListWidget>(w, QStringLiteral("lstDotFiles")), shownName);
 }
 
 QPushButton* finish(FrmMain* w)
@@ -63,7 +53,7 @@ private Q_SLOTS:
         writeStandardContacts(env);
         auto s = start(script);
         FrmMain* w = s->w();
-        search(w, QStringLiteral("Berger"));
+        searchFolder(w, contactsPath(), QStringLiteral("Berger"));
         chooseHit(w, 0);
         chooseTemplate(w, QStringLiteral("Bsp-Brief.dotx"));
         w->findChild<QAction*>(QStringLiteral("mnuExtraOptions"))->trigger();
@@ -103,7 +93,7 @@ private Q_SLOTS:
             if (!statuses.contains(w->statusText()))
                 statuses << w->statusText();
         });
-        search(w, QStringLiteral("Name7"));
+        searchFolder(w, contactsPath(), QStringLiteral("Name7"));
         script.onDoEvents({});
         QVERIFY(!takeOverUsable);
         QVERIFY2(statuses.contains(QStringLiteral("Suchen...")), qPrintable(statuses.join('|')));
@@ -135,7 +125,7 @@ private Q_SLOTS:
         FrmMain* w = s->w();
         w->show();
         QVERIFY(QTest::qWaitForWindowExposed(w));
-        search(w, QStringLiteral("Lang"));
+        searchFolder(w, contactsPath(), QStringLiteral("Lang"));
         chooseHit(w, 0);
         QCoreApplication::processEvents();
         auto* label = child<ElidedLabel>(w, QStringLiteral("lblCompany1"));
@@ -153,7 +143,7 @@ private Q_SLOTS:
         QCOMPARE(w->width(), FrmMain::kDesignWidth);
 
         child<QTabWidget>(w, QStringLiteral("tabMain"))->setCurrentIndex(0);
-        search(w, QStringLiteral("Kurz"));
+        searchFolder(w, contactsPath(), QStringLiteral("Kurz"));
         chooseHit(w, 0);
         QCoreApplication::processEvents();
         QVERIFY(!label->isElided());
@@ -193,7 +183,7 @@ private Q_SLOTS:
         s->g.settings.ExitAfterFinished = false;
         FrmMain* w = s->w();
         if (!lastName.isEmpty()) {
-            search(w, lastName);
+            searchFolder(w, contactsPath(), lastName);
             chooseHit(w, 0);
         }
         chooseTemplate(w, templateName);
@@ -220,7 +210,7 @@ private Q_SLOTS:
         FrmMain* w = s->w();
         s->g.fieldAssignmentList.add(broken, broken + QStringLiteral("|Anrede=Anrede (OF)"));
         w->findChild<QAction*>(QStringLiteral("mnuExtraOptions"))->trigger(); // refills the list
-        search(w, QStringLiteral("Berger"));
+        searchFolder(w, contactsPath(), QStringLiteral("Berger"));
         chooseHit(w, 0);
         chooseTemplate(w, QStringLiteral("Kaputt.dotx"));
         script.answer(Mb::Ok);

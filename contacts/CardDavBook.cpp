@@ -33,10 +33,14 @@ const QByteArray kLastModifiedBody = "<?xml version=\"1.0\" encoding=\"utf-8\"?>
 
 QDateTime httpDate(const QString& text)
 {
-    QDateTime t = QLocale::c().toDateTime(text.trimmed().chopped(4),
+    // Empty when the server sends none (Xandikos for a book).
+    const QString trimmed = text.trimmed();
+    if (!trimmed.endsWith(QLatin1String(" GMT")))
+        return {};
+    QDateTime t = QLocale::c().toDateTime(trimmed.chopped(4),
                                           QStringLiteral("ddd, dd MMM yyyy HH:mm:ss"));
     t.setTimeSpec(Qt::UTC);
-    return text.trimmed().endsWith(QLatin1String(" GMT")) ? t : QDateTime();
+    return t;
 }
 
 // A last-modified time tells "unchanged" only when it was read at least two seconds after

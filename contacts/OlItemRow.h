@@ -30,10 +30,4 @@ public:
     // The row of one card (bytes as VCardReader::split gives them); `location` and `index`
     // make the EntryID of a card without UID, as for ContactItem.
     static OlItemRow read(QByteArrayView card, const QString& location, int index);
-
-    // Compact form (UTF-8) for keeping many rows: appended to `out`.
-    void packTo(QByteArray& out) const;
-    // Reads the row at `pos` and moves `pos` past it; skip() only moves past it.
-    static OlItemRow unpack(QByteArrayView packed, qsizetype& pos);
-    static void skip(QByteArrayView packed, qsizetype& pos);
 };

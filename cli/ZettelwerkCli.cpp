@@ -321,6 +321,8 @@ QString ZettelwerkCli::fill(const CliOptions& o, const ContactItem& contact)
                 .arg(templateFile, word.lastErrorDescription().isEmpty()
                                        ? templateProblem(templateFile)
                                        : word.lastErrorDescription()));
+    // Named after the template and its recipient, as the wizard names it.
+    document->setRecipientName(contact.names().fileAs);
 
     // Assignments naming a bookmark the template lacks would be skipped without a word.
     for (const auto& [bookmark, field] : assignedPairs(m_assignments.item(position))) {

@@ -213,7 +213,7 @@ private Q_SLOTS:
         QCOMPARE(r.err, QStringLiteral("Warnung: Die Vorlage hat keine Textmarke 'Fehlt' "
                                        "(zugeordnet: Firma (OF)).\n"));
         const QString docx = r.out.trimmed();
-        QCOMPARE(QFileInfo(docx).fileName(), QStringLiteral("Mein Brief.docx"));
+        QCOMPARE(QFileInfo(docx).fileName(), QStringLiteral("Mein Brief - Berger, Hans.docx"));
         pugi::xml_document xml;
         QVERIFY(loadMainPart(docx, xml));
         QCOMPARE(OoxmlTestPackage::bookmarkText(xml.root(), "Empfänger1"),

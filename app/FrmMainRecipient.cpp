@@ -282,11 +282,11 @@ void FrmMain::searchFolder(const QString& folder, const QString& name)
             SetStatus(QStringLiteral("Warten auf Abbruch..."));
         return m_abort;
     };
+    const QString filter =
+        name.isEmpty() ? QString() : QStringLiteral("[LastName] = '") + name + QStringLiteral("'");
+    const OlItems all = opened->Items();
     try {
-        OlItems items = opened->Items();
-        if (!name.isEmpty())
-            items = items.Restrict(QStringLiteral("[LastName] = '") + name + QStringLiteral("'"),
-                                   progress);
+        OlItems items = filter.isEmpty() ? all : all.Restrict(filter, progress);
         // One pass over the files counts the items and keeps what the hit list shows, so the
         // loop below parses no card.
         items.countWithRows(progress);
@@ -294,8 +294,10 @@ void FrmMain::searchFolder(const QString& folder, const QString& name)
     } catch (const ZwError& e) {
         if (e.number() != kUserInterrupt)
             throw;
-        showNewFolderProblems(opened->path());
-        return;
+        // Broken off while the folder was still being read: what was found until then is
+        // listed all the same, at once.
+        m_items = all.foundBeforeAbort(filter);
+        m_abort = false;
     }
 
     const long count = m_items->Count();

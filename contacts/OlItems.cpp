@@ -55,3 +55,11 @@ OlItems OlItems::Restrict(const QString& filter, const Progress& progress) const
         return OlItems();
     return OlItems(m_index, m_index->restrict(parsed, m_hits ? &*m_hits : nullptr, progress));
 }
+
+OlItems OlItems::foundBeforeAbort(const QString& filter) const
+{
+    if (!m_index)
+        return OlItems();
+    const OlFilter parsed = filter.isEmpty() ? OlFilter() : OlFilter::parse(filter);
+    return OlItems(m_index, m_index->foundBeforeAbort(parsed, m_hits ? &*m_hits : nullptr));
+}

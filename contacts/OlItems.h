@@ -39,6 +39,10 @@ public:
     // German text for a filter that cannot be parsed; `progress` may break the reading off
     // (ZwError 18).
     OlItems Restrict(const QString& filter, const Progress& progress = {}) const;
+    // After Restrict(filter) or countWithRows() on this collection was broken off (ZwError
+    // 18): the items found until then, in the same order; `filter` as given to Restrict, or
+    // empty after countWithRows().
+    OlItems foundBeforeAbort(const QString& filter = {}) const;
 
 private:
     OlItems(std::shared_ptr<VCardFolderIndex> index, QList<VCardFolderIndex::Hit> hits);

@@ -71,6 +71,8 @@ qint64 wallClockNs()
 // A file modified less than this before it was read may change again within the same tick
 // of a coarse file system clock (FAT and SMB keep 2 s) without its times showing it.
 constexpr qint64 kTimestampGranularityNs = 2'000'000'000;
+// ZwError number of a reading the user broke off ("Benutzerunterbrechung").
+constexpr long kAbortedError = 18;
 
 // Runs fn(i) for i in [0, n) on a few threads; fn must be safe on any thread.
 template <class Fn> void parallelFor(qsizetype n, const Fn& fn)
@@ -302,6 +304,18 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrict(const OlFilter& filter,
     return scan(filter, within, progress, false);
 }
 
+QList<VCardFolderIndex::Hit> VCardFolderIndex::foundBeforeAbort(const OlFilter& filter,
+                                                                const QList<Hit>* within) const
+{
+    if (m_hitsBeforeAbort)
+        return *m_hitsBeforeAbort;
+    for (const OlFilter::Property& p : filter.properties()) {
+        if (!IndexedCard::filterField(p))
+            return {}; // only the cards themselves could tell, and none was tested yet
+    }
+    return restrictFromIndex(filter, within, true);
+}
+
 QByteArray VCardFolderIndex::packRows(quint32 file, QByteArrayView buffer,
                                       const QList<VCardReader::Chunk>& chunks) const
 {
@@ -350,7 +364,7 @@ bool VCardFolderIndex::rowsCurrent(const File& file) const
 
 void VCardFolderIndex::throwAborted() const
 {
-    throw ZwError(18,
+    throw ZwError(kAbortedError,
                   QStringLiteral("Benutzerunterbrechung: das Lesen des Ordners '%1' "
                                  "wurde abgebrochen.")
                       .arg(m_location),
@@ -517,6 +531,7 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
 {
     ++m_pass;
     m_passStartNs = wallClockNs();
+    m_hitsBeforeAbort.reset();
     QList<Hit> hits;
     const bool testing = !filter.properties().isEmpty();
     const int fd = openDir();
@@ -531,6 +546,12 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::scan(const OlFilter& filter,
         sinceAsked.restart();
         if (stop) {
             ::close(fd);
+            if (testing) {
+                std::sort(hits.begin(), hits.end(), [](const Hit& a, const Hit& b) {
+                    return a.file != b.file ? a.file < b.file : a.card < b.card;
+                });
+                m_hitsBeforeAbort = hits;
+            }
             throwAborted();
         }
     };
@@ -667,6 +688,7 @@ void VCardFolderIndex::ensureFresh(const Progress& progress, bool renumber)
 {
     ++m_pass;
     m_passStartNs = wallClockNs();
+    m_hitsBeforeAbort.reset();
     // Asked before the files are looked at: a change from now on shows in the next answer.
     const std::optional<quint64> generation =
         m_hasLinks ? std::nullopt : FolderChangeWatch::generation(m_dirBytes);
@@ -770,7 +792,16 @@ void VCardFolderIndex::ensureFresh(const Progress& progress, bool renumber)
         std::sort(toRead.begin(), toRead.end(),
                   [this](quint32 a, quint32 b) { return m_files[a].inode < m_files[b].inode; });
         lock.unlock();
-        scanAllFiles(fd, toRead, progress, true, true);
+        try {
+            scanAllFiles(fd, toRead, progress, true, true);
+        } catch (const ZwError& e) {
+            // What was read before the user broke off is kept: the next search goes on from it.
+            if (e.number() == kAbortedError) {
+                lock.lock();
+                store->update(storeEntries());
+            }
+            throw;
+        }
         lock.lock();
         storeChanged = true;
     }
@@ -794,26 +825,8 @@ void VCardFolderIndex::ensureFresh(const Progress& progress, bool renumber)
     m_counted = true;
     m_allRows = true;
 
-    if (storeChanged) {
-        QList<FolderIndexStore::Entry> next;
-        next.reserve(m_files.size());
-        for (const File& file : std::as_const(m_files)) {
-            if (file.rowsSize < 0)
-                continue;
-            FolderIndexStore::Entry entry;
-            entry.name = file.name;
-            entry.size = file.rowsSize;
-            entry.mtimeNs = file.rowsModifiedNs;
-            entry.ctimeNs = nanoseconds(file.rowsChanged);
-            entry.inode = file.inode;
-            entry.settled = file.settled;
-            entry.cards = file.cards;
-            entry.records = file.rows;
-            entry.issues = file.issues;
-            next.append(std::move(entry));
-        }
-        store->update(std::move(next));
-    }
+    if (storeChanged)
+        store->update(storeEntries());
     store->verifiedGeneration = generation;
     m_freshGeneration = generation;
     m_verifiedPass = m_pass;
@@ -822,6 +835,28 @@ void VCardFolderIndex::ensureFresh(const Progress& progress, bool renumber)
                                      [](const File& f) { return f.rowsSize >= 0; });
     if (generation && generation == m_listGeneration && allRead && m_numbered)
         keepSnapshot(m_dirBytes, Snapshot{*generation, m_files, m_dirMtime, m_count});
+}
+
+QList<FolderIndexStore::Entry> VCardFolderIndex::storeEntries() const
+{
+    QList<FolderIndexStore::Entry> entries;
+    entries.reserve(m_files.size());
+    for (const File& file : m_files) {
+        if (file.rowsSize < 0)
+            continue;
+        FolderIndexStore::Entry entry;
+        entry.name = file.name;
+        entry.size = file.rowsSize;
+        entry.mtimeNs = file.rowsModifiedNs;
+        entry.ctimeNs = nanoseconds(file.rowsChanged);
+        entry.inode = file.inode;
+        entry.settled = file.settled;
+        entry.cards = file.cards;
+        entry.records = file.rows;
+        entry.issues = file.issues;
+        entries.append(std::move(entry));
+    }
+    return entries;
 }
 
 namespace
@@ -852,8 +887,12 @@ void VCardFolderIndex::keepSnapshot(const QByteArray& dir, Snapshot snapshot)
 }
 
 QList<VCardFolderIndex::Hit> VCardFolderIndex::restrictFromIndex(const OlFilter& filter,
-                                                                 const QList<Hit>* within) const
+                                                                 const QList<Hit>* within,
+                                                                 bool thisPassOnly) const
 {
+    auto usable = [&](const File& file) {
+        return file.rowsSize >= 0 && (!thisPassOnly || file.rowsPass == m_pass);
+    };
     QList<IndexedCard::Field> fields;
     for (const OlFilter::Property& p : filter.properties())
         fields.append(*IndexedCard::filterField(p));
@@ -867,6 +906,8 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrictFromIndex(const OlFilter&
     std::unordered_map<std::string, bool> decided;
     std::string key;
     auto test = [&](const IndexedCard& c) {
+        if (fields.isEmpty())
+            return true; // no filter: every item, as the folder's own collection has them
         if (c.isGroup())
             return false;
         key.clear();
@@ -895,7 +936,7 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrictFromIndex(const OlFilter&
                 const quint32 wanted = (*within)[w].card;
                 for (; c < wanted && pos < rows.size(); ++c)
                     IndexedCard::skip(rows, pos);
-                if (c != wanted || pos >= rows.size() || m_files[f].rowsSize < 0)
+                if (c != wanted || pos >= rows.size() || !usable(m_files[f]))
                     continue; // the file has fewer cards now
                 const IndexedCard record(rows, pos);
                 ++c;
@@ -907,7 +948,7 @@ QList<VCardFolderIndex::Hit> VCardFolderIndex::restrictFromIndex(const OlFilter&
     }
     for (qsizetype f = 0; f < m_files.size(); ++f) {
         const File& file = m_files[f];
-        if (file.rowsSize < 0)
+        if (!usable(file))
             continue;
         const QByteArrayView rows(file.rows);
         qsizetype pos = 0;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "contacts/FolderIndexStore.h"
 #include "contacts/OlFilter.h"
 #include "contacts/OlItem.h"
 #include "contacts/OlItemRow.h"
@@ -91,6 +92,9 @@ public:
                         const Progress& progress = {});
     // count(), keeping the row of every card on the way (later calls are free).
     quint32 countWithRows(const Progress& progress = {});
+    // After countWithRows() or restrict() was broken off: the cards of the files that pass
+    // had got to which match `filter` (an empty one: all of them), in item order.
+    QList<Hit> foundBeforeAbort(const OlFilter& filter, const QList<Hit>* within = nullptr) const;
     // The 0-based item of the whole folder (count() first).
     Hit hitAt(quint32 index);
     // Reads and parses one card. Throws ZwError when the file is gone or has fewer cards now.
@@ -170,7 +174,11 @@ private:
     // only new and changed files, and answers count() from it.
     // `renumber`: the items are numbered afresh (else a counted listing keeps its numbers).
     void ensureFresh(const Progress& progress, bool renumber);
-    QList<Hit> restrictFromIndex(const OlFilter& filter, const QList<Hit>* within) const;
+    // `thisPassOnly`: only files read or found current by the latest pass count.
+    QList<Hit> restrictFromIndex(const OlFilter& filter, const QList<Hit>* within,
+                                 bool thisPassOnly = false) const;
+    // The entries the persistent index keeps of the files read so far.
+    QList<FolderIndexStore::Entry> storeEntries() const;
     // The record of card `hit.card` in the file's kept records.
     qsizetype recordAt(const Hit& hit);
     // Numbers the items afresh from the files' card counts (firstItem, m_count).
@@ -201,6 +209,8 @@ private:
         quint64 version = 0; // of the records walked (m_rowsVersion)
     } m_rowCursor;
     quint64 m_rowsVersion = 0; // grows whenever a file's records are replaced
+    // The hits a card-by-card reading had when it was broken off.
+    std::optional<QList<Hit>> m_hitsBeforeAbort;
     // The file item() read last, so that handing out its cards one by one reads it once.
     struct ItemCache {
         quint32 file = 0;

@@ -5,6 +5,7 @@
 #include "tests/app/WizardTestKit.h"
 
 #include "app/DocumentOpener.h"
+#include "contacts/FolderIndexStore.h"
 #include "util/widgets/ElidedLabel.h"
 
 #include <QAction>
@@ -33,6 +34,20 @@ void chooseHit(FrmMain* w, int row)
 void chooseTemplate(FrmMain* w, const QString& shownName)
 {
     selectRow(child<QListWidget>(w, QStringLiteral("lstDotFiles")), shownName);
+}
+
+// Enough files that reading them takes longer than the search's first questions; the last
+// names are numbered, or all `lastName`.
+void writeManyContacts(const TestEnvironment& env, int count, const QString& lastName = {})
+{
+    for (int i = 0; i < count; ++i) {
+        const QString n = QStringLiteral("%1").arg(i, 5, 10, QLatin1Char('0'));
+        writeFile(contactsDir(env) + QStringLiteral("/k%1.vcf").arg(n),
+                  Card{lastName.isEmpty() ? QStringLiteral("Name%1").arg(i) : lastName,
+                       QStringLiteral("V") + n}
+                      .toVCard()
+                      .toUtf8());
+    }
 }
 
 QPushButton* finish(FrmMain* w)
@@ -75,11 +90,7 @@ private Q_SLOTS:
     {
         TestEnvironment env;
         ScriptedUserInterface script;
-        // Enough files that reading them takes longer than the search's first question.
-        for (int i = 0; i < 2000; ++i)
-            writeFile(
-                contactsDir(env) + QStringLiteral("/k%1.vcf").arg(i, 4, 10, QLatin1Char('0')),
-                Card{QStringLiteral("Name%1").arg(i), QStringLiteral("V")}.toVCard().toUtf8());
+        writeManyContacts(env, 2000);
         auto s = start(script);
         FrmMain* w = s->w();
         auto* abort = child<QPushButton>(w, QStringLiteral("cmdAbort"));
@@ -102,6 +113,48 @@ private Q_SLOTS:
         QVERIFY(takeOver->isEnabled());
         QCOMPARE(column(child<QTreeWidget>(w, QStringLiteral("lvwFound")), 1),
                  QStringList{QStringLiteral("Name7")});
+    }
+
+    void abortWhileTheFolderIsFirstReadListsWhatWasFound_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::newRow("ganzer Ordner") << QString();
+        QTest::newRow("Nachname") << QStringLiteral("Muster");
+    }
+    void abortWhileTheFolderIsFirstReadListsWhatWasFound()
+    {
+        QFETCH(QString, name);
+        TestEnvironment env;
+        ScriptedUserInterface script;
+        constexpr int kCards = 8000;
+        writeManyContacts(env, kCards, QStringLiteral("Muster"));
+        auto s = start(script);
+        FrmMain* w = s->w();
+        auto* abort = child<QPushButton>(w, QStringLiteral("cmdAbort"));
+        auto* list = child<QTreeWidget>(w, QStringLiteral("lvwFound"));
+        int questions = 0;
+        int listedAtAbort = -1;
+        // The third question comes while the files are still being read for the first time.
+        script.onDoEvents([&] {
+            if (abort->isEnabled() && ++questions == 3) {
+                listedAtAbort = list->topLevelItemCount();
+                abort->click();
+            }
+        });
+        if (name.isEmpty())
+            script.answer(Mb::Ok);
+        searchFolder(w, contactsPath(), name);
+        script.onDoEvents({});
+        QCOMPARE(listedAtAbort, 0);
+        const QStringList firstNames = column(list, 2);
+        QVERIFY2(!firstNames.isEmpty() && firstNames.size() < kCards,
+                 qPrintable(QString::number(firstNames.size())));
+        QVERIFY(std::is_sorted(firstNames.cbegin(), firstNames.cend()));
+        QCOMPARE(w->statusText(), QStringLiteral("Bereit"));
+        QVERIFY(child<QPushButton>(w, QStringLiteral("cmdSearch"))->isEnabled());
+        // What was read is kept for the next search.
+        QVERIFY(
+            QFileInfo::exists(FolderIndexStore::filePathFor(QFile::encodeName(contactsDir(env)))));
     }
 
     void longCompanyStaysInsideTheWindow()

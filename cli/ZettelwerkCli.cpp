@@ -6,6 +6,7 @@
 #include "cli/CliFailure.h"
 #include "cli/CliFieldListing.h"
 #include "contacts/ClsFieldsString.h"
+#include "contacts/FolderChangeWatch.h"
 #include "contacts/OlItem.h"
 #include "document/ClsWord.h"
 #include "document/DocumentErrors.h"
@@ -72,6 +73,8 @@ QString templateProblem(const QString& templateFile)
 ZettelwerkCli::ZettelwerkCli()
 {
     setUserInterface(&m_ui);
+    // One search per process: a folder is never looked at twice.
+    FolderChangeWatch::disable();
 }
 
 ZettelwerkCli::~ZettelwerkCli()

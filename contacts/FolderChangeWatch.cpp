@@ -1,5 +1,17 @@
 #include "contacts/FolderChangeWatch.h"
 
+#include <atomic>
+
+namespace
+{
+std::atomic<bool> g_disabled{false};
+} // namespace
+
+void FolderChangeWatch::disable()
+{
+    g_disabled = true;
+}
+
 #ifdef __linux__
 
 #include <QHash>
@@ -121,6 +133,8 @@ private:
 
 std::optional<quint64> FolderChangeWatch::generation(const QByteArray& dir)
 {
+    if (g_disabled)
+        return std::nullopt;
     static Watch watch;
     return watch.generation(dir);
 }

@@ -20,4 +20,7 @@ class FolderChangeWatch
 {
 public:
     static std::optional<quint64> generation(const QByteArray& dir);
+    // From now on generation() answers nullopt: a process that looks at a folder once (the
+    // command-line program) would only pay for setting up a watch it never asks again.
+    static void disable();
 };

@@ -74,8 +74,10 @@ constexpr qint64 kTimestampGranularityNs = 2'000'000'000;
 // ZwError number of a reading the user broke off ("Benutzerunterbrechung").
 constexpr long kAbortedError = 18;
 
-// Runs fn(i) for i in [0, n) on a few threads; fn must be safe on any thread.
-template <class Fn> void parallelFor(qsizetype n, const Fn& fn)
+// Runs fn(i) for i in [0, n) on a few threads; fn must be safe on any thread. `alongside`
+// runs on this thread meanwhile, which then joins in.
+template <class Fn>
+void parallelFor(qsizetype n, const Fn& fn, const std::function<void()>& alongside = {})
 {
     constexpr qsizetype kBlock = 256;
     const qsizetype blocks = (n + kBlock - 1) / kBlock;
@@ -86,18 +88,26 @@ template <class Fn> void parallelFor(qsizetype n, const Fn& fn)
                 fn(i);
         }
     };
-    std::vector<std::thread> threads;
+    struct Joiner {
+        std::vector<std::thread> threads;
+        ~Joiner()
+        {
+            for (std::thread& t : threads)
+                t.join();
+        }
+    } pool;
     const qsizetype wanted =
-        std::min<qsizetype>(blocks, std::clamp(int(std::thread::hardware_concurrency()), 1, 4)) - 1;
+        std::min<qsizetype>(blocks, std::clamp(int(std::thread::hardware_concurrency()), 1, 4)) -
+        (alongside ? 0 : 1);
     try {
         for (qsizetype t = 0; t < wanted; ++t)
-            threads.emplace_back(work);
+            pool.threads.emplace_back(work);
     } catch (const std::system_error&) {
         // fewer threads: this one does the rest
     }
+    if (alongside)
+        alongside();
     work();
-    for (std::thread& t : threads)
-        t.join();
 }
 
 } // namespace
@@ -152,6 +162,16 @@ VCardFolderIndex::VCardFolderIndex(QString dir, QString location,
     };
     if (fstat(fd, &st) == 0)
         m_dirMtime = st.st_mtim;
+    // The names land in one buffer and are sorted there; the entries are made once, in
+    // name order (a folder of tens of thousands of files is listed for every search).
+    struct Listed {
+        qsizetype offset;
+        qsizetype size;
+        quint64 inode;
+        bool link;
+    };
+    QByteArray names;
+    std::vector<Listed> listed;
     while (const dirent* e = readdir(d)) {
         const QByteArrayView name(e->d_name);
         if (name.startsWith('.') || !isVCardFileName(name))
@@ -167,16 +187,23 @@ VCardFolderIndex::VCardFolderIndex(QString dir, QString location,
                     fstatat(fd, e->d_name, &fst, AT_SYMLINK_NOFOLLOW) == 0 && S_ISLNK(fst.st_mode));
         }
         if (regular) {
-            File file;
-            file.name = name.toByteArray();
-            file.inode = quint64(e->d_ino);
-            m_files.append(std::move(file));
-            m_hasLinks = m_hasLinks || link;
+            listed.push_back(Listed{names.size(), name.size(), quint64(e->d_ino), link});
+            names.append(name);
         }
     }
     closedir(d);
-    std::sort(m_files.begin(), m_files.end(),
-              [](const File& a, const File& b) { return a.name < b.name; });
+    const char* const base = names.constData();
+    std::sort(listed.begin(), listed.end(), [base](const Listed& a, const Listed& b) {
+        return QByteArrayView(base + a.offset, a.size) < QByteArrayView(base + b.offset, b.size);
+    });
+    m_files.reserve(qsizetype(listed.size()));
+    for (const Listed& l : listed) {
+        File file;
+        file.name = QByteArray(base + l.offset, l.size);
+        file.inode = l.inode;
+        m_files.append(std::move(file));
+        m_hasLinks = m_hasLinks || l.link;
+    }
 }
 
 int VCardFolderIndex::openDir() const
@@ -703,9 +730,6 @@ void VCardFolderIndex::ensureFresh(const Progress& progress, bool renumber)
     std::unique_lock lock(store->mutex());
     // Nothing changed in the folder since its entries were last compared with the files.
     const bool unchanged = generation && store->verifiedGeneration == generation;
-    if (!unchanged)
-        store->refresh();
-    const QList<FolderIndexStore::Entry>& entries = store->entries();
 
     const int fd = openDir();
     struct Closer {
@@ -719,15 +743,20 @@ void VCardFolderIndex::ensureFresh(const Progress& progress, bool renumber)
     };
     std::vector<Now> now;
     if (!unchanged) {
-        // One look at every file's state (no file is read); the kernel answers in parallel.
+        // One look at every file's state (no file is read); the kernel answers in parallel
+        // while this thread reads the kept index.
         now.resize(size_t(m_files.size()));
         const QList<File>& files = m_files;
-        parallelFor(m_files.size(), [&](qsizetype i) {
-            Now& n = now[size_t(i)];
-            if (::fstatat(fd, files[i].name.constData(), &n.st, 0) != 0)
-                n.err = errno;
-        });
+        parallelFor(
+            m_files.size(),
+            [&](qsizetype i) {
+                Now& n = now[size_t(i)];
+                if (::fstatat(fd, files[i].name.constData(), &n.st, 0) != 0)
+                    n.err = errno;
+            },
+            [&] { store->refresh(); });
     }
+    const QList<FolderIndexStore::Entry>& entries = store->entries();
     auto matches = [](const struct stat& st, qint64 size, qint64 mtimeNs, qint64 ctimeNs,
                       quint64 inode) {
         return qint64(st.st_size) == size && nanoseconds(st.st_mtim) == mtimeNs &&

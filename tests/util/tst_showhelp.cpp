@@ -118,9 +118,7 @@ private Q_SLOTS:
         HelpWindow* window = HelpWindow::existing();
         QVERIFY(window);
         QVERIFY(window->isVisible());
-        QCOMPARE(window->objectName(), QStringLiteral("frmHelp"));
-        QTextBrowser* browser = window->findChild<QTextBrowser*>(QStringLiteral("txtHelp"));
-        QVERIFY(browser);
+        const QTextBrowser* browser = window->browser();
         QCOMPARE(browser->source().toLocalFile(), shown);
         QCOMPARE(browser->source().fragment(), fragment);
         QVERIFY(browser->toPlainText().contains(QStringLiteral("Abschnitt 1003")));
@@ -131,11 +129,11 @@ private Q_SLOTS:
         QVERIFY(m_opened.isEmpty());
     }
 
+    // One window follows the latest topic; the contents show the page from its top.
     void oneWindowFollowsTheLatestTopic()
     {
         TestEnvironment env;
-        const QString file = env.root() + QStringLiteral("/Hilfe.html");
-        writeFile(file, longPage());
+        const QString file = writeFile(env.root() + QStringLiteral("/Hilfe.html"), longPage());
         ScriptedUserInterface script;
         VuShowHelp(HelpCommand::Context, file, 1001);
         HelpWindow* first = HelpWindow::existing();
@@ -144,7 +142,9 @@ private Q_SLOTS:
         VuShowHelp(HelpCommand::Context, file, 1003);
         QCOMPARE(HelpWindow::existing(), first);
         QVERIFY(browser->verticalScrollBar()->value() > at1001);
-        VuShowHelp(HelpCommand::Contents, file, 1003);
+        vuSetHelpFile(file);
+        VuShowHelpContents();
+        QCOMPARE(browser->source().toLocalFile(), file);
         QCOMPARE(browser->verticalScrollBar()->value(), 0);
         QCOMPARE(browser->source().fragment(), QString());
     }
@@ -188,22 +188,14 @@ private Q_SLOTS:
                                              "\r\n\r\nNoch einmal versuchen?");
     }
 
-    void contentsUseTheProgramsHelpFile()
+    // A help file named without a folder lies beside the program.
+    void helpFileBesideTheProgram()
     {
         QCOMPARE(vuHelpFile(), AppInfo::programFolder() + QStringLiteral("/Zettelwerk.html"));
         vuSetHelpFile(QStringLiteral("Anders.html"));
         QCOMPARE(vuHelpFile(), AppInfo::programFolder() + QStringLiteral("/Anders.html"));
-
-        TestEnvironment env;
-        const QString file = env.root() + QStringLiteral("/Hilfe.html");
-        writeFile(file, longPage());
-        vuSetHelpFile(file);
-        ScriptedUserInterface script;
-        VuShowHelpContents();
-        QCOMPARE(HelpWindow::existing()->browser()->source().toLocalFile(), file);
-        QCOMPARE(HelpWindow::existing()->browser()->verticalScrollBar()->value(), 0);
-
         vuSetHelpFile(QStringLiteral(""));
+        ScriptedUserInterface script;
         script.answer(Mb::Ok);
         VuShowHelpContents();
         QCOMPARE(script.boxes().size(), 1);

@@ -1,10 +1,9 @@
 #include "tests/support/ScriptedUserInterface.h"
-#include "tests/support/TestEnvironment.h"
+#include "tests/util/RegistryTestFiles.h"
 #include "util/ClsRegistry.h"
 #include "util/widgets/SmartComboBox.h"
 
 #include <QComboBox>
-#include <QFile>
 #include <QTest>
 
 namespace
@@ -63,38 +62,34 @@ private Q_SLOTS:
     void storedHistory_data()
     {
         QTest::addColumn<QStringList>("items");
-        QTest::addColumn<int>("max");
         QTest::addColumn<QString>("storedText");
         QTest::addColumn<QStringList>("reloaded");
         QStringList twelve;
         for (int i = 1; i <= 12; ++i)
             twelve.append(QStringLiteral("N%1").arg(i));
         QTest::newRow("only the first ten of twelve are kept")
-            << twelve << 10 << "N1|N2|N3|N4|N5|N6|N7|N8|N9|N10" << twelve.mid(0, 10);
+            << twelve << "N1|N2|N3|N4|N5|N6|N7|N8|N9|N10" << twelve.mid(0, 10);
         QTest::newRow("empty history is stored as the empty marker")
-            << QStringList{} << 10 << "#NULL#" << QStringList{};
+            << QStringList{} << "#NULL#" << QStringList{};
         QTest::newRow("single entry has no separator")
-            << QStringList{"Ä"} << 10 << "Ä" << QStringList{"Ä"};
+            << QStringList{"Ä"} << "Ä" << QStringList{"Ä"};
     }
     void storedHistory()
     {
         QFETCH(QStringList, items);
-        QFETCH(int, max);
         QFETCH(QString, storedText);
         QFETCH(QStringList, reloaded);
-        TestEnvironment env;
+        RegistryFolders dirs;
         ScriptedUserInterface script;
         ClsRegistry reg;
         registerApp(reg);
         QComboBox box;
         box.setObjectName(QStringLiteral("cboSearchName"));
         box.addItems(items);
-        SaveComboHistory(&box, &reg, QString(), max);
+        SaveComboHistory(&box, &reg, QString(), 10);
 
         // Raw stored text, read past the empty marker translation.
-        QFile file(env.configHome() + QStringLiteral("/KVAR/registry/HKEY_CURRENT_USER.reg"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QString raw = QString::fromUtf8(file.readAll());
+        const QString raw = QString::fromUtf8(readAll(dirs.userFile()));
         QVERIFY2(raw.contains(QStringLiteral("\"cboSearchName\"=\"%1\"").arg(storedText)),
                  qPrintable(raw));
 

@@ -419,6 +419,9 @@ private Q_SLOTS:
             size = 3;
             got = b->queryValue(key, QStringLiteral("A"), &type, &d, &size);
             QCOMPARE(size, 5u); // "Wert" and the terminating zero
+            // With the size it asked for, even an empty buffer is filled.
+            QCOMPARE(b->queryValue(key, QStringLiteral("A"), &type, &d, &size), Reg::Success);
+            QCOMPARE(d.text, QStringLiteral("Wert") + QChar(0));
         } else if (call == u"query no right")
             got = b->queryValue(key, QStringLiteral("A"), &type, nullptr, &size);
         else if (call == u"set no right")

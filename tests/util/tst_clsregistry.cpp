@@ -142,20 +142,25 @@ private Q_SLOTS:
         m_dirs.reset();
     }
 
-    // Rows with a failing call use the fault; the others are the file store's own failures.
+    // Rows with a fault ("open 67": opening fails with 67) use it; the others are the file
+    // store's own failures.
     void errorTexts_data()
     {
         QTest::addColumn<QString>("key"); // root and key
         QTest::addColumn<QString>("call");
-        QTest::addColumn<QString>("failing");
-        QTest::addColumn<long>("status");
-        QTest::addColumn<bool>("detail");
-        QTest::addColumn<QString>("remote");
         QTest::addColumn<QString>("expected");
+        QTest::addColumn<QString>("fault");
+        QTest::addColumn<QString>("remote"); // connected to, unsuccessfully, before the call
+        QTest::addColumn<bool>("detail");
         const QString app = QStringLiteral("HKEY_CURRENT_USER\\") + kAppKey;
         const QString nt = QStringLiteral("HKEY_LOCAL_MACHINE\\") + kNtKey;
         const QString open = kFail + QStringLiteral(" beim Öffnen: ");
         const QString missing = QStringLiteral("HKEY_CURRENT_USER\\Software\\Fehlt");
+        auto row = [&](const char* name, const QString& key, const char* call,
+                       const QString& expected, const char* fault = "", const char* remote = "",
+                       bool detail = true) {
+            QTest::newRow(name) << key << call << expected << fault << remote << detail;
+        };
         const struct {
             long status;
             const char* text;
@@ -164,54 +169,48 @@ private Q_SLOTS:
                         {87, "Ungültige(r) Parameter"},  {259, "Keine weiteren Daten"},
                         {1210, "Zugriff nicht möglich"}, {1018, "<unbekannter Fehler: 1018"},
                         {6, "<unbekannter Fehler: 6"}};
-        for (const auto& s : statuses)
-            QTest::addRow("status %ld", s.status)
-                << app << "GetString Wert"
-                << "open" << s.status << true << "" << open + s.text + kAt;
-        auto row = [&](const char* name, const QString& key, const char* call, const char* failing,
-                       long status, bool detail, const char* remote, const QString& expected) {
-            QTest::newRow(name) << key << call << failing << status << detail << remote << expected;
-        };
-        row("store: setting below a missing key", missing, "SetString Wert", "", 0, true, "",
-            open + "Datei nicht gefunden, " + missing);
-        row("enumerating", app, "EnumKeys", "enum", 1018, true, "",
-            kFail + " beim EnumKeys: <unbekannter Fehler: 1018" + kAt);
-        row("without detail part", app, "GetString Fehlt", "", 0, false, "",
-            kFail + " beim Lesen: Datei nicht gefunden");
-        row("with the remote computer's name", app, "DeleteValue Fehlt", "", 0, true, "PC1",
-            kFail + " auf 'PC1' beim Löschen von Fehlt: Datei nicht gefunden" + kAt);
-        row("store: connecting, no remote registry here", app, "Connect PC1", "", 0, true, "PC1",
-            kFail + " auf 'PC1' beim RemoteConnect: Ungültiger Netzwerkpfad" + kAt);
+        for (const auto& s : statuses) {
+            const QByteArray tag = "status " + QByteArray::number(qlonglong(s.status));
+            row(tag, app, "GetString Wert", open + s.text + kAt, "open " + tag.mid(7));
+        }
+        row("enumerating", app, "EnumKeys",
+            kFail + " beim EnumKeys: <unbekannter Fehler: 1018" + kAt, "enum 1018");
+        row("without detail part", app, "GetString Fehlt",
+            kFail + " beim Lesen: Datei nicht gefunden", "", "", false);
+        row("with the remote computer's name", app, "DeleteValue Fehlt",
+            kFail + " auf 'PC1' beim Löschen von Fehlt: Datei nicht gefunden" + kAt, "", "PC1");
+        row("connecting, no remote registry here", app, "Connect PC1",
+            kFail + " auf 'PC1' beim RemoteConnect: Ungültiger Netzwerkpfad" + kAt, "", "PC1");
         // The rejected root leaves a text; connecting to no name makes no call and keeps it.
-        row("connecting without a name", "HKEY_USERS\\" + kAppKey, "Connect", "", 0, true, "",
+        row("connecting without a name", "HKEY_USERS\\" + kAppKey, "Connect",
             kFail + " beim RemoteConnect: Ungültiger Registry-RootKey: 'HKEY_USERS': "
                     "<kein Fehler>, HKEY_CURRENT_USER\\");
-        row("store: missing key", missing, "GetString Wert", "", 0, true, "",
+        row("missing key", missing, "GetString Wert", open + "Datei nicht gefunden, " + missing);
+        row("enumerating a missing key", missing, "EnumKeys",
             open + "Datei nicht gefunden, " + missing);
-        row("store: enumerating a missing key", missing, "EnumKeys", "", 0, true, "",
+        row("setting below a missing key", missing, "SetString Wert",
             open + "Datei nicht gefunden, " + missing);
-        row("store: missing value", app, "GetString Fehlt", "", 0, true, "",
+        row("missing value", app, "GetString Fehlt",
             kFail + " beim Lesen: Datei nicht gefunden" + kAt);
-        row("store: deleting a missing value", app, "DeleteValue Fehlt", "", 0, true, "",
+        row("deleting a missing value", app, "DeleteValue Fehlt",
             kFail + " beim Löschen von Fehlt: Datei nicht gefunden" + kAt);
-        row("store: value of another type", app, "GetString Pfad", "", 0, true, "",
+        row("value of another type", app, "GetString Pfad",
             kFail + " beim Lesen: <unbekannter Fehler: -1" + kAt);
-        row("store: machine key, setting", nt, "SetString Wert", "", 0, true, "",
+        row("machine key, setting", nt, "SetString Wert",
             kFail + " beim Setzen von Wert: Zugriff verweigert, " + nt);
-        row("store: machine key, deleting", nt, "DeleteValue CSDVersion", "", 0, true, "",
+        row("machine key, deleting", nt, "DeleteValue CSDVersion",
             kFail + " beim Löschen von CSDVersion: Zugriff verweigert, " + nt);
-        row("store: machine key, creating", nt, "CreateSubKey Neu", "", 0, true, "",
+        row("machine key, creating", nt, "CreateSubKey Neu",
             kFail + " beim Anlegen: Zugriff verweigert, " + nt);
     }
     void errorTexts()
     {
         QFETCH(QString, key);
         QFETCH(QString, call);
-        QFETCH(QString, failing);
-        QFETCH(long, status);
-        QFETCH(bool, detail);
-        QFETCH(QString, remote);
         QFETCH(QString, expected);
+        QFETCH(QString, fault);
+        QFETCH(QString, remote);
+        QFETCH(bool, detail);
         writeAppKey("\"Pfad\"=hex(2):25,54,45,4d,50,25,00\n");
         auto backend = std::make_shared<TestBackend>(fileBackend());
         ClsRegistry reg(backend);
@@ -221,8 +220,8 @@ private Q_SLOTS:
         // A failed connect keeps the name, and every later text names the computer.
         if (!remote.isEmpty())
             QVERIFY(!reg.ConnectRemoteComputer(remote));
-        backend->failing = failing;
-        backend->status = status;
+        backend->failing = fault.section(u' ', 0, 0);
+        backend->status = fault.section(u' ', 1).toLong();
         QString out;
         QVERIFY(!runOperation(reg, call, out));
         QCOMPARE(reg.ErrorDescription(), expected);

@@ -156,6 +156,7 @@ private Q_SLOTS:
         const QString nt = QStringLiteral("HKEY_LOCAL_MACHINE\\") + kNtKey;
         const QString open = kFail + QStringLiteral(" beim Öffnen: ");
         const QString missing = QStringLiteral("HKEY_CURRENT_USER\\Software\\Fehlt");
+        const QString noKey = open + "Datei nicht gefunden, " + missing;
         auto row = [&](const char* name, const QString& key, const char* call,
                        const QString& expected, const char* fault = "", const char* remote = "",
                        bool detail = true) {
@@ -185,11 +186,9 @@ private Q_SLOTS:
         row("connecting without a name", "HKEY_USERS\\" + kAppKey, "Connect",
             kFail + " beim RemoteConnect: Ungültiger Registry-RootKey: 'HKEY_USERS': "
                     "<kein Fehler>, HKEY_CURRENT_USER\\");
-        row("missing key", missing, "GetString Wert", open + "Datei nicht gefunden, " + missing);
-        row("enumerating a missing key", missing, "EnumKeys",
-            open + "Datei nicht gefunden, " + missing);
-        row("setting below a missing key", missing, "SetString Wert",
-            open + "Datei nicht gefunden, " + missing);
+        row("missing key", missing, "GetString Wert", noKey);
+        row("enumerating a missing key", missing, "EnumKeys", noKey);
+        row("setting below a missing key", missing, "SetString Wert", noKey);
         row("missing value", app, "GetString Fehlt",
             kFail + " beim Lesen: Datei nicht gefunden" + kAt);
         row("deleting a missing value", app, "DeleteValue Fehlt",

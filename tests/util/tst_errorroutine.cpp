@@ -103,9 +103,6 @@ private Q_SLOTS:
         };
         row("no pending error, no module: empty middle and trailing line", "InitDotFileList",
             nullptr, -1, "", "Fehler: InitDotFileList\r\n\r\n", 48);
-        row("no pending error, with module", "MaxLength muß größer oder gleich 1 (KB) sein!",
-            "VuCutFile", -1, "",
-            "Fehler: MaxLength muß größer oder gleich 1 (KB) sein!\r\n\r\nin Modul VuCutFile", 48);
         row("error number 0 is no pending error", "Form_Load", nullptr, 0, "",
             "Fehler: Form_Load\r\n\r\n", 48);
         row("pending error 53 without module asks for a retry", "InitDotFileList", nullptr, 53, "",

@@ -285,15 +285,20 @@ private Q_SLOTS:
     {
         QFETCH(bool, system);
         const QString path = system ? m_dirs->machineFile() : userFile();
-        writeFile(path, "kaputt\n");
+        const HKey root = system ? Reg::LocalMachine : Reg::CurrentUser;
+        const QByteArray broken =
+            "REGEDIT4\n[" + QFileInfo(path).baseName().toLatin1() + "\\A]\n\"x\"=dword:zz\n";
+        writeFile(path, broken);
         auto b = newBackend();
         auto c = newBackend();
         HKey key = 0;
         for (auto* backend : {b.get(), b.get(), c.get()}) {
             if (!system)
                 backend->makeReadOnly();
+            QCOMPARE(backend->openKey(root, QStringLiteral("A"), Reg::Read, key),
+                     Reg::FileNotFound);
             // The synthesized system key is served all the same.
-            QCOMPARE(backend->openKey(system ? Reg::LocalMachine : Reg::CurrentUser,
+            QCOMPARE(backend->openKey(root,
                                       system ? QStringLiteral("Software\\Microsoft\\Windows NT\\"
                                                               "CurrentVersion")
                                              : QStringLiteral("Software"),
@@ -308,7 +313,7 @@ private Q_SLOTS:
         QCOMPARE(m_reports.size(), 1);
         QVERIFY(m_reports[0].endsWith(
             QStringLiteral("Sie bleibt unverändert; ihre Einstellungen werden nicht verwendet.")));
-        QCOMPARE(readAll(path), QByteArray("kaputt\n"));
+        QCOMPARE(readAll(path), broken);
         QCOMPARE(QDir(QFileInfo(path).path()).entryList(QDir::Files).size(), 1);
     }
 

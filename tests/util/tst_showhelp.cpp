@@ -59,83 +59,75 @@ private Q_SLOTS:
     }
     void cleanup() { vuSetHelpOpener({}); }
 
-    void refusals_data()
+    // Where a help request goes: a refusal box, the help window (HTML, or the HTML page
+    // beside a .chm), or the desktop's program for any other file.
+    void whereHelpGoes_data()
     {
-        QTest::addColumn<QString>("path");
-        QTest::addColumn<QString>("text");
-        const QString missing = QStringLiteral("Die Hilfedatei '%1' ist nicht verfügbar!");
-        QTest::newRow("no help file") << ""
-                                      << "Keine Hilfe-Datei definiert!";
-        QTest::newRow("missing file")
-            << "/gibt/es/nicht/Zettelwerk.html" << missing.arg("/gibt/es/nicht/Zettelwerk.html");
-        QTest::newRow("a folder is no help file") << "/tmp" << missing.arg("/tmp");
-    }
-    void refusals()
-    {
-        QFETCH(QString, path);
-        QFETCH(QString, text);
-        ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        VuShowHelp(HelpCommand::Context, path, HelpContext::Recipient);
-        QCOMPARE(script.boxes().size(), 1);
-        QCOMPARE(script.boxes()[0].text, text);
-        QCOMPARE(script.boxes()[0].style, Mb::Critical);
-        QVERIFY(m_opened.isEmpty());
-        QVERIFY(!HelpWindow::existing() || !HelpWindow::existing()->isVisible());
-    }
-
-    void htmlOpensInTheHelpWindow_data()
-    {
-        QTest::addColumn<QString>("fileName");
-        QTest::addColumn<QString>("shownName");
+        QTest::addColumn<QString>("file"); // in the test's folder unless absolute
+        QTest::addColumn<QString>("page"); // the HTML page the window shows; empty: no window
         QTest::addColumn<int>("command");
-        QTest::addColumn<QString>("fragment");
-        auto row = [](const char* tag, const char* file, const char* shown, int command,
-                      const char* fragment) {
-            QTest::newRow(tag) << file << shown << command << fragment;
+        QTest::addColumn<QString>("box"); // the refusal, %1 the file; empty: none
+        auto row = [](const char* tag, const char* file, const char* page, int command,
+                      const char* box = "") {
+            QTest::newRow(tag) << file << page << command << box;
         };
-        row(".html with context number jumps to its anchor", "Hilfe.html", "Hilfe.html", 2, "1003");
-        row(".HTM in capitals", "HILFE.HTM", "HILFE.HTM", 2, "1002");
-        row("any other command shows the contents", "Hilfe.html", "Hilfe.html", 0, "");
-        row(".chm shows its HTML page", "Handbuch.chm", "Handbuch.html", 2, "1003");
-        row("HANDBUCH.CHM in capitals too", "HANDBUCH.CHM", "HANDBUCH.html", 2, "1001");
+        const int context = HelpCommand::Context;
+        const char* missing = "Die Hilfedatei '%1' ist nicht verfügbar!";
+        row("no help file", "", "", context, "Keine Hilfe-Datei definiert!");
+        row("missing file", "/gibt/es/nicht/Zettelwerk.html", "", context, missing);
+        row("a folder is no help file", "/tmp", "", context, missing);
+        row(".html with context number jumps to its anchor", "Hilfe.html", "Hilfe.html", context);
+        row(".HTM in capitals", "HILFE.HTM", "HILFE.HTM", context);
+        row("any other command shows the contents", "Hilfe.html", "Hilfe.html", 0);
+        row(".chm shows its HTML page", "Handbuch.chm", "Handbuch.html", context);
+        row("HANDBUCH.CHM in capitals too", "HANDBUCH.CHM", "HANDBUCH.html", context);
+        row("classic help file", "handbuch.hlp", "", context);
+        row("PDF manual", "Handbuch.pdf", "", context);
+        row("no extension", "Handbuch", "", context);
+        row(".chm without an HTML page", "Nur.chm", "", context);
     }
-    void htmlOpensInTheHelpWindow()
+    void whereHelpGoes()
     {
-        QFETCH(QString, fileName);
-        QFETCH(QString, shownName);
+        QFETCH(QString, file);
+        QFETCH(QString, page);
         QFETCH(int, command);
-        QFETCH(QString, fragment);
+        QFETCH(QString, box);
 
         TestEnvironment env;
-        const QString file = env.root() + QLatin1Char('/') + fileName;
-        const QString shown = env.root() + QLatin1Char('/') + shownName;
-        writeFile(file, file == shown ? longPage() : QByteArray("ITSF binary"));
-        writeFile(shown, longPage());
+        QString path = file;
+        if (!file.isEmpty() && !file.startsWith(u'/'))
+            path = writeFile(env.root() + u'/' + file, file == page ? longPage() : "ITSF binary");
+        const QString shown = env.root() + u'/' + page;
+        if (!page.isEmpty() && page != file)
+            writeFile(shown, longPage());
         ScriptedUserInterface script;
+        if (!box.isEmpty())
+            script.answer(Mb::Ok);
 
-        VuShowHelp(command, file, fragment.isEmpty() ? 0 : fragment.toLong());
-        HelpWindow* window = HelpWindow::existing();
-        QVERIFY(window);
-        QVERIFY(window->isVisible());
-        QCOMPARE(window->objectName(), QStringLiteral("frmHelp"));
-        QTextBrowser* browser = window->findChild<QTextBrowser*>(QStringLiteral("txtHelp"));
-        QVERIFY(browser);
+        VuShowHelp(command, path, 1003);
+        QCOMPARE(script.boxes().size(), box.isEmpty() ? 0 : 1);
+        if (!box.isEmpty()) {
+            QCOMPARE(script.boxes()[0].text, box.replace(QStringLiteral("%1"), path));
+            QCOMPARE(script.boxes()[0].style, Mb::Critical);
+        }
+        QCOMPARE(m_opened, page.isEmpty() && box.isEmpty() ? QStringList{path} : QStringList());
+        const HelpWindow* window = HelpWindow::existing();
+        QCOMPARE(window && window->isVisible(), !page.isEmpty());
+        if (page.isEmpty())
+            return;
+        const QTextBrowser* browser = window->browser();
+        const bool toAnchor = command == HelpCommand::Context;
         QCOMPARE(browser->source().toLocalFile(), shown);
-        QCOMPARE(browser->source().fragment(), fragment);
+        QCOMPARE(browser->source().fragment(), toAnchor ? QStringLiteral("1003") : QString());
         QVERIFY(browser->toPlainText().contains(QStringLiteral("Abschnitt 1003")));
-        if (fragment.isEmpty())
-            QCOMPARE(browser->verticalScrollBar()->value(), 0);
-        else
-            QVERIFY(browser->verticalScrollBar()->value() > 0);
-        QVERIFY(m_opened.isEmpty());
+        QCOMPARE(browser->verticalScrollBar()->value() > 0, toAnchor);
     }
 
+    // One window follows the latest topic; the contents show the page from its top.
     void oneWindowFollowsTheLatestTopic()
     {
         TestEnvironment env;
-        const QString file = env.root() + QStringLiteral("/Hilfe.html");
-        writeFile(file, longPage());
+        const QString file = writeFile(env.root() + QStringLiteral("/Hilfe.html"), longPage());
         ScriptedUserInterface script;
         VuShowHelp(HelpCommand::Context, file, 1001);
         HelpWindow* first = HelpWindow::existing();
@@ -144,29 +136,11 @@ private Q_SLOTS:
         VuShowHelp(HelpCommand::Context, file, 1003);
         QCOMPARE(HelpWindow::existing(), first);
         QVERIFY(browser->verticalScrollBar()->value() > at1001);
-        VuShowHelp(HelpCommand::Contents, file, 1003);
+        vuSetHelpFile(file);
+        VuShowHelpContents();
+        QCOMPARE(browser->source().toLocalFile(), file);
         QCOMPARE(browser->verticalScrollBar()->value(), 0);
         QCOMPARE(browser->source().fragment(), QString());
-    }
-
-    void otherFilesGoToTheDesktop_data()
-    {
-        QTest::addColumn<QString>("fileName");
-        QTest::newRow("classic help file") << "handbuch.hlp";
-        QTest::newRow("PDF manual") << "Handbuch.pdf";
-        QTest::newRow("no extension") << "Handbuch";
-        QTest::newRow(".chm without an HTML page") << "Nur.chm";
-    }
-    void otherFilesGoToTheDesktop()
-    {
-        QFETCH(QString, fileName);
-        TestEnvironment env;
-        const QString file = env.root() + QLatin1Char('/') + fileName;
-        writeFile(file, "x");
-        ScriptedUserInterface script;
-        VuShowHelp(HelpCommand::Context, file, 1001);
-        QCOMPARE(m_opened, QStringList{file});
-        QVERIFY(!HelpWindow::existing() || !HelpWindow::existing()->isVisible());
     }
 
     void openerFailureOffersRetry()
@@ -188,22 +162,14 @@ private Q_SLOTS:
                                              "\r\n\r\nNoch einmal versuchen?");
     }
 
-    void contentsUseTheProgramsHelpFile()
+    // A help file named without a folder lies beside the program.
+    void helpFileBesideTheProgram()
     {
         QCOMPARE(vuHelpFile(), AppInfo::programFolder() + QStringLiteral("/Zettelwerk.html"));
         vuSetHelpFile(QStringLiteral("Anders.html"));
         QCOMPARE(vuHelpFile(), AppInfo::programFolder() + QStringLiteral("/Anders.html"));
-
-        TestEnvironment env;
-        const QString file = env.root() + QStringLiteral("/Hilfe.html");
-        writeFile(file, longPage());
-        vuSetHelpFile(file);
-        ScriptedUserInterface script;
-        VuShowHelpContents();
-        QCOMPARE(HelpWindow::existing()->browser()->source().toLocalFile(), file);
-        QCOMPARE(HelpWindow::existing()->browser()->verticalScrollBar()->value(), 0);
-
         vuSetHelpFile(QStringLiteral(""));
+        ScriptedUserInterface script;
         script.answer(Mb::Ok);
         VuShowHelpContents();
         QCOMPARE(script.boxes().size(), 1);

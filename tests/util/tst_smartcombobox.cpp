@@ -1,10 +1,9 @@
 #include "tests/support/ScriptedUserInterface.h"
-#include "tests/support/TestEnvironment.h"
+#include "tests/util/RegistryTestFiles.h"
 #include "util/ClsRegistry.h"
 #include "util/widgets/SmartComboBox.h"
 
 #include <QComboBox>
-#include <QFile>
 #include <QTest>
 
 namespace
@@ -63,65 +62,52 @@ private Q_SLOTS:
     void storedHistory_data()
     {
         QTest::addColumn<QStringList>("items");
-        QTest::addColumn<int>("max");
+        QTest::addColumn<QString>("valueName"); // empty: the box's own name
         QTest::addColumn<QString>("storedText");
         QTest::addColumn<QStringList>("reloaded");
         QStringList twelve;
         for (int i = 1; i <= 12; ++i)
             twelve.append(QStringLiteral("N%1").arg(i));
         QTest::newRow("only the first ten of twelve are kept")
-            << twelve << 10 << "N1|N2|N3|N4|N5|N6|N7|N8|N9|N10" << twelve.mid(0, 10);
-        QTest::newRow("empty history is stored as the empty marker")
-            << QStringList{} << 10 << "#NULL#" << QStringList{};
-        QTest::newRow("single entry has no separator")
-            << QStringList{"Ä"} << 10 << "Ä" << QStringList{"Ä"};
+            << twelve << ""
+            << "N1|N2|N3|N4|N5|N6|N7|N8|N9|N10" << twelve.mid(0, 10);
+        QTest::newRow("empty history is stored as the empty marker") << QStringList{} << ""
+                                                                     << "#NULL#" << QStringList{};
+        QTest::newRow("single entry has no separator") << QStringList{"Ä"} << ""
+                                                       << "Ä" << QStringList{"Ä"};
+        QTest::newRow("a value name of its own") << QStringList{"x", "y"} << "Verlauf"
+                                                 << "x|y" << QStringList{"x", "y"};
     }
     void storedHistory()
     {
         QFETCH(QStringList, items);
-        QFETCH(int, max);
+        QFETCH(QString, valueName);
         QFETCH(QString, storedText);
         QFETCH(QStringList, reloaded);
-        TestEnvironment env;
+        RegistryFolders dirs;
         ScriptedUserInterface script;
         ClsRegistry reg;
         registerApp(reg);
         QComboBox box;
         box.setObjectName(QStringLiteral("cboSearchName"));
         box.addItems(items);
-        SaveComboHistory(&box, &reg, QString(), max);
+        SaveComboHistory(&box, &reg, valueName, 10);
+        SaveComboHistory(&box, nullptr, valueName, 10); // nothing to store into: no error
 
         // Raw stored text, read past the empty marker translation.
-        QFile file(env.configHome() + QStringLiteral("/KVAR/registry/HKEY_CURRENT_USER.reg"));
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        const QString raw = QString::fromUtf8(file.readAll());
-        QVERIFY2(raw.contains(QStringLiteral("\"cboSearchName\"=\"%1\"").arg(storedText)),
+        const QString raw = QString::fromUtf8(readAll(dirs.userFile()));
+        const QString name = valueName.isEmpty() ? box.objectName() : valueName;
+        QVERIFY2(raw.contains(QStringLiteral("\"%1\"=\"%2\"").arg(name, storedText)),
                  qPrintable(raw));
 
-        QComboBox again;
-        again.setObjectName(QStringLiteral("cboSearchName"));
-        LoadComboHistory(&again, &reg, QString());
+        QComboBox again, byObjectName;
+        again.setObjectName(valueName.isEmpty() ? box.objectName() : QString());
+        LoadComboHistory(&again, &reg, valueName);
         QCOMPARE(itemsOf(again), reloaded);
-    }
-
-    void explicitValueNameAndMissingRegistry()
-    {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        ClsRegistry reg;
-        registerApp(reg);
-        QComboBox box;
-        box.setObjectName(QStringLiteral("cboA"));
-        box.addItems({QStringLiteral("x"), QStringLiteral("y")});
-        SaveComboHistory(&box, &reg, QStringLiteral("Verlauf"), 10);
-        SaveComboHistory(&box, nullptr, QString(), 10); // nothing to store into: no error
-        QComboBox other;
-        LoadComboHistory(&other, &reg, QStringLiteral("Verlauf"));
-        QCOMPARE(itemsOf(other), (QStringList{"x", "y"}));
-        QComboBox none;
-        none.setObjectName(QStringLiteral("cboA"));
-        LoadComboHistory(&none, &reg, QString());
-        QCOMPARE(none.count(), 0);
+        // Under its own name the box finds only what was stored there.
+        byObjectName.setObjectName(box.objectName());
+        LoadComboHistory(&byObjectName, &reg, QString());
+        QCOMPARE(itemsOf(byObjectName), valueName.isEmpty() ? reloaded : QStringList());
         QVERIFY(script.boxes().isEmpty());
     }
 };

@@ -87,20 +87,15 @@ private Q_SLOTS:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("sep");
         QTest::addColumn<QStringList>("tokens");
-        QTest::newRow("a|b|c then empty") << "a|b|c"
-                                          << "|" << QStringList{"a", "b", "c", "", ""};
-        QTest::newRow("one part") << "allein"
-                                  << "|" << QStringList{"allein", ""};
-        QTest::newRow("separator of several characters")
-            << "eins, zwei, drei"
-            << ", " << QStringList{"eins", "zwei", "drei", ""};
-        QTest::newRow("empty part looks like the end") << "a||b"
-                                                       << "|" << QStringList{"a", "", "b", ""};
-        QTest::newRow("trailing separator gives an empty last part")
-            << "a|b|"
-            << "|" << QStringList{"a", "b", "", ""};
-        QTest::newRow("case matters") << "xAyaz"
-                                      << "a" << QStringList{"xAy", "z", ""};
+        auto row = [](const char* tag, const char* text, const char* sep,
+                      const QStringList& tokens) { QTest::newRow(tag) << text << sep << tokens; };
+        row("a|b|c then empty", "a|b|c", "|", {"a", "b", "c", "", ""});
+        row("one part", "allein", "|", {"allein", ""});
+        row("separator of several characters", "eins, zwei, drei", ", ",
+            {"eins", "zwei", "drei", ""});
+        row("empty part looks like the end", "a||b", "|", {"a", "", "b", ""});
+        row("trailing separator gives an empty last part", "a|b|", "|", {"a", "b", "", ""});
+        row("case matters", "xAyaz", "a", {"xAy", "z", ""});
     }
     void tokens()
     {
@@ -127,21 +122,13 @@ private Q_SLOTS:
         QTest::addColumn<QString>("key");
         QTest::addColumn<QString>("value");
         // The token handed back is always the whole text; key and value change only with a key.
-        QTest::newRow("key and value") << "Absender=Anna Muster"
-                                       << "Absender"
-                                       << "Anna Muster";
-        QTest::newRow("first = splits") << "Formel=a=b"
-                                        << "Formel"
-                                        << "a=b";
-        QTest::newRow("empty value") << "Durchwahl="
-                                     << "Durchwahl"
-                                     << "";
-        QTest::newRow("=x sets nothing") << "=x"
-                                         << "alt"
-                                         << "alt";
-        QTest::newRow("no = sets nothing") << "ohne"
-                                           << "alt"
-                                           << "alt";
+        for (auto [tag, text, key, value] :
+             {std::tuple{"key and value", "Absender=Anna Muster", "Absender", "Anna Muster"},
+              {"first = splits", "Formel=a=b", "Formel", "a=b"},
+              {"empty value", "Durchwahl=", "Durchwahl", ""},
+              {"=x sets nothing", "=x", "alt", "alt"},
+              {"no = sets nothing", "ohne", "alt", "alt"}})
+            QTest::newRow(tag) << text << key << value;
     }
     void keyValue()
     {

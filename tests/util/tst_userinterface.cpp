@@ -4,7 +4,8 @@
 
 // The scripted seam is what every other test relies on to see boxes; it must record
 // exactly what was asked and hand back the prepared answers in order.
-class TstUserInterface : public QObject {
+class TstUserInterface : public QObject
+{
     Q_OBJECT
 private Q_SLOTS:
     void recordsAndAnswersInOrder()
@@ -12,7 +13,8 @@ private Q_SLOTS:
         ScriptedUserInterface script;
         script.answer(Mb::No);
         script.answer(Mb::Yes);
-        QCOMPARE(msgBox(QStringLiteral("eins"), Mb::YesNo + Mb::Question, QStringLiteral("T")), Mb::No);
+        QCOMPARE(msgBox(QStringLiteral("eins"), Mb::YesNo + Mb::Question, QStringLiteral("T")),
+                 Mb::No);
         QCOMPARE(msgBox(QStringLiteral("zwei"), Mb::YesNo + Mb::Question), Mb::Yes);
         QCOMPARE(script.boxes().size(), 2);
         QCOMPARE(script.boxes()[0].text, QStringLiteral("eins"));

@@ -65,13 +65,14 @@ private slots:
         row("or needs one", "[FirstName] = 'Moritz' or [FirstName] = 'Max'", true);
         row("and binds tighter than or (true or (x and false))",
             "[FirstName] = 'Max' or [FirstName] = 'x' and [LastName] = 'y'", true);
-        row("and binds tighter than or ((false and x) or false)",
-            "[FirstName] = 'x' and [LastName] = 'Müller' or [LastName] = 'y'", false);
+        row("and binds tighter than or ((false and x) or true)",
+            "[FirstName] = 'x' and [LastName] = 'Müller' or [LastName] = 'Müller'", true);
         row("parentheses change the grouping",
             "([FirstName] = 'Max' or [FirstName] = 'x') and [LastName] = 'y'", false);
         row("nested parentheses", "(([LastName] = 'Müller'))", true);
         row("not", "not [LastName] = 'Meier'", true);
-        row("not binds tighter than and", "not [LastName] = 'Meier' and [FirstName] = 'Max'", true);
+        row("not binds tighter than and ((not true) and false)",
+            "not [LastName] = 'Müller' and [FirstName] = 'x'", false);
         row("text order ignores case", "[LastName] > 'mA' and [LastName] < 'MZ'", true);
         row("less or equal on equal text", "[LastName] <= 'müller'", true);
         row("date in German form", "[Birthday] = '31.12.1960'", true);

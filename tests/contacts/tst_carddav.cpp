@@ -313,12 +313,11 @@ private slots:
     {
         QTest::addColumn<QString>("fault");
         QTest::addColumn<QString>("note");
-        QTest::newRow("book removed on the server") << "vanished"
-                                                    << "nicht mehr";
-        QTest::newRow("server error (a card Radicale cannot load)") << "500"
-                                                                    << "(500)";
-        QTest::newRow("password changed on the server") << "password"
-                                                        << "Anmeldung";
+        QTest::newRow("book removed on the server") << QStringLiteral("vanished") << "nicht mehr";
+        QTest::newRow("server error (a card Radicale cannot load)")
+            << QStringLiteral("500") << "(500)";
+        QTest::newRow("password changed on the server")
+            << QStringLiteral("password") << "Anmeldung";
     }
     void syncFaults()
     {

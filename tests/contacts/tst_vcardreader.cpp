@@ -248,12 +248,10 @@ private slots:
     {
         QTest::addColumn<QString>("kind");
         QTest::addColumn<QString>("message");
-        QTest::newRow("device") << "/dev/zero"
+        QTest::newRow("device") << QStringLiteral("/dev/zero")
                                 << "'/dev/zero' ist keine gewöhnliche Datei";
-        QTest::newRow("pipe") << "pipe"
-                              << "ist keine gewöhnliche Datei";
-        QTest::newRow("one byte over 64 MB") << "sparse"
-                                             << "ist größer als 64 MB";
+        QTest::newRow("pipe") << QStringLiteral("pipe") << "ist keine gewöhnliche Datei";
+        QTest::newRow("one byte over 64 MB") << QStringLiteral("sparse") << "ist größer als 64 MB";
         QTest::newRow("link to a card file") << "link" << QString();
     }
     void onlyRegularFilesAreRead()

@@ -90,6 +90,13 @@ public:
         }
     }
     QString log() { return QString::fromLocal8Bit(m_process.readAll()); }
+    // A card put into a book, or a card or book deleted, as another client would: true on
+    // success.
+    bool put(const QUrl& book, const QString& file, const QByteArray& card) const
+    {
+        return http("PUT", book.resolved(QUrl(file)), card, m_user) / 100 == 2;
+    }
+    bool remove(const QUrl& url) const { return http("DELETE", url, {}, m_user) / 100 == 2; }
 
 protected:
     bool launch(const QString& program, const QStringList& args)
@@ -101,7 +108,14 @@ protected:
     QProcess m_process;
     int m_port = 0;
     bool m_tls = false;
+    QByteArray m_user; // who changes the books
 };
+
+inline bool save(const QString& path, const QByteArray& bytes)
+{
+    QFile f(path);
+    return f.open(QIODevice::WriteOnly | QIODevice::Truncate) && f.write(bytes) == bytes.size();
+}
 
 // Radicale 3.1.8 with users "anna" (password "geheim") and "bert" ("geheim2").
 class Radicale : public Server
@@ -113,42 +127,37 @@ public:
         m_dir = dir;
         m_port = freePort();
         m_tls = !tlsCert.isEmpty();
+        m_user = "anna";
         QDir().mkpath(dir + QStringLiteral("/col/collection-root/anna"));
-        QFile users(dir + QStringLiteral("/users"));
-        if (!users.open(QIODevice::WriteOnly))
-            return false;
-        users.write("anna:geheim\nbert:geheim2\n");
-        users.close();
-        QFile cfg(dir + QStringLiteral("/config"));
-        if (!cfg.open(QIODevice::WriteOnly))
-            return false;
-        QByteArray text = "[server]\nhosts = 127.0.0.1:" + QByteArray::number(m_port) + "\n";
-        if (m_tls)
-            text += "ssl = True\ncertificate = " + tlsCert.toUtf8() + "\nkey = " + tlsKey.toUtf8() +
-                    "\n";
-        text += "max_content_length = 500000000\n"
-                "[auth]\ntype = htpasswd\nhtpasswd_filename = " +
-                dir.toUtf8() +
-                "/users\nhtpasswd_encryption = plain\ndelay = 0\n"
-                "[rights]\ntype = owner_only\n"
-                "[storage]\nfilesystem_folder = " +
-                dir.toUtf8() +
-                "/col\n"
-                "[logging]\nlevel = warning\nmask_passwords = True\n";
-        cfg.write(text);
-        cfg.close();
-        return launch(QStringLiteral("radicale"), {QStringLiteral("-C"), cfg.fileName()});
+        const QString tls =
+            m_tls ? QStringLiteral("ssl = True\ncertificate = %1\nkey = %2\n").arg(tlsCert, tlsKey)
+                  : QString();
+        const QString config =
+            QStringLiteral("[server]\nhosts = 127.0.0.1:%1\n%2max_content_length = 500000000\n"
+                           "[auth]\ntype = htpasswd\nhtpasswd_filename = %3/users\n"
+                           "htpasswd_encryption = plain\ndelay = 0\n[rights]\ntype = owner_only\n"
+                           "[storage]\nfilesystem_folder = %3/col\n"
+                           "[logging]\nlevel = warning\nmask_passwords = True\n")
+                .arg(m_port)
+                .arg(tls, dir);
+        return setUsers() && save(dir + QStringLiteral("/config"), config.toUtf8()) &&
+               launch(QStringLiteral("radicale"),
+                      {QStringLiteral("-C"), dir + QStringLiteral("/config")});
+    }
+    // The users and their passwords (Radicale reads the file at every login).
+    bool setUsers(const QByteArray& lines = "anna:geheim\nbert:geheim2\n") const
+    {
+        return save(m_dir + QStringLiteral("/users"), lines);
     }
     // A book of anna's, straight in Radicale's storage (as MKCOL would leave it).
     QString makeBook(const QString& name, const QString& displayName = {}) const
     {
         const QString path = bookDir(name);
         QDir().mkpath(path);
-        QFile props(path + QStringLiteral("/.Radicale.props"));
-        props.open(QIODevice::WriteOnly);
-        props.write(displayName.isEmpty() ? QByteArray("{\"tag\": \"VADDRESSBOOK\"}")
-                                          : "{\"tag\": \"VADDRESSBOOK\", \"D:displayname\": \"" +
-                                                displayName.toUtf8() + "\"}");
+        save(path + QStringLiteral("/.Radicale.props"),
+             displayName.isEmpty() ? QByteArray("{\"tag\": \"VADDRESSBOOK\"}")
+                                   : "{\"tag\": \"VADDRESSBOOK\", \"D:displayname\": \"" +
+                                         displayName.toUtf8() + "\"}");
         return path;
     }
     QString bookDir(const QString& name) const

@@ -6,7 +6,7 @@
 #include "tests/contacts/CardDavTestServers.h"
 #include "tests/support/ScriptedUserInterface.h"
 #include "tests/support/TestEnvironment.h"
-#include "util/ZwError.h"
+#include "tests/support/TestFiles.h"
 
 #include <QDirIterator>
 #include <QTemporaryDir>
@@ -19,10 +19,10 @@ namespace
 
 const QString kPublic = QStringLiteral("Öffentliche Ordner\\Alle Öffentlichen Ordner");
 
-QByteArray vcard(const QByteArray& uid, const QByteArray& last, const QByteArray& first = "Eva")
+QByteArray vcard(const QByteArray& uid, const QByteArray& last)
 {
-    return "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:" + uid + "\r\nFN:" + first + " " + last +
-           "\r\nN:" + last + ";" + first + ";;;\r\nEND:VCARD\r\n";
+    return "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:" + uid + "\r\nFN:Eva " + last + "\r\nN:" + last +
+           ";Eva;;;\r\nEND:VCARD\r\n";
 }
 
 } // namespace
@@ -69,14 +69,6 @@ class TstCardDav : public QObject
         return folder;
     }
 
-    static QStringList names(const QList<std::shared_ptr<OlFolder>>& folders)
-    {
-        QStringList out;
-        for (const auto& f : folders)
-            out.append(f->Name());
-        return out;
-    }
-
     static long hits(const std::shared_ptr<OlFolder>& folder, const QString& last)
     {
         return folder->Items().Restrict(QStringLiteral("[LastName] = '%1'").arg(last)).Count();
@@ -94,42 +86,34 @@ private slots:
         m_radicale.makeBook(QStringLiteral("kanzlei"), QStringLiteral("VG-Kontakte"));
         m_radicale.makeBook(QStringLiteral("privat"), QStringLiteral("G-Privat"));
         m_radicale.makeBook(QStringLiteral("mitarbeiter"));
-        QCOMPARE(http("PUT", m_radicale.bookUrl(QStringLiteral("kanzlei")).resolved(QUrl("m.vcf")),
-                      vcard("m", "Müller")),
-                 201);
+        QVERIFY(m_radicale.put(m_radicale.bookUrl(QStringLiteral("kanzlei")), "m.vcf",
+                               vcard("m", "Müller")));
     }
 
     void discovery_data()
     {
-        QTest::addColumn<QString>("server");
+        QTest::addColumn<bool>("radicale");
         QTest::addColumn<QString>("path");
         QTest::addColumn<QStringList>("books");
+        auto row = [](const char* tag, bool radicale, const char* path, const QStringList& books) {
+            QTest::newRow(tag) << radicale << QString::fromLatin1(path) << books;
+        };
         // Radicale names a book without a display name by its path itself.
-        const QStringList radicale = {QStringLiteral("anna/mitarbeiter"),
-                                      QStringLiteral("G-Privat"), QStringLiteral("VG-Kontakte")};
-        QTest::newRow("Radicale from the root (well-known)") << "radicale"
-                                                             << "/" << radicale;
-        QTest::newRow("Radicale from the principal") << "radicale"
-                                                     << "/anna/" << radicale;
-        QTest::newRow("Radicale from one book")
-            << "radicale"
-            << "/anna/kanzlei/" << QStringList{QStringLiteral("VG-Kontakte")};
-        const QStringList xandikos = {QStringLiteral("addressbook")};
-        QTest::newRow("Xandikos from the root") << "xandikos"
-                                                << "/" << xandikos;
-        QTest::newRow("Xandikos from the principal") << "xandikos"
-                                                     << "/user/" << xandikos;
-        QTest::newRow("Xandikos from the home") << "xandikos"
-                                                << "/user/contacts/" << xandikos;
+        const QStringList all = {"anna/mitarbeiter", "G-Privat", "VG-Kontakte"};
+        row("Radicale from the root (well-known)", true, "/", all);
+        row("Radicale from the principal", true, "/anna/", all);
+        row("Radicale from one book", true, "/anna/kanzlei/", {"VG-Kontakte"});
+        row("Xandikos from the root", false, "/", {"addressbook"});
+        row("Xandikos from the principal", false, "/user/", {"addressbook"});
+        row("Xandikos from the home", false, "/user/contacts/", {"addressbook"});
     }
     void discovery()
     {
-        QFETCH(QString, server);
+        QFETCH(bool, radicale);
         QFETCH(QString, path);
         QFETCH(QStringList, books);
         ScriptedUserInterface ui;
         QTemporaryDir cache;
-        const bool radicale = server == QLatin1String("radicale");
         // The user name in the address: "http://anna@127.0.0.1:port/".
         QString address = radicale ? m_radicale.base() : m_xandikos.base();
         if (radicale)
@@ -137,7 +121,9 @@ private slots:
         auto folder = session(address + path, settings(cache.path()));
         const auto parent = folder->GetFolderByPath(kPublic);
         QVERIFY(parent);
-        QStringList found = names(parent->Folders());
+        QStringList found;
+        for (const auto& f : parent->Folders())
+            found.append(f->Name());
         found.sort(Qt::CaseInsensitive);
         QCOMPARE(found, books);
         // The folders are contact folders of the session.
@@ -150,58 +136,55 @@ private slots:
     // A card changed, added and deleted on the server is seen by the next search.
     void sync_data()
     {
-        QTest::addColumn<QString>("server");
+        QTest::addColumn<bool>("radicale");
         QTest::addColumn<bool>("syncCollection");
-        QTest::newRow("Radicale, sync-collection") << "radicale" << true;
-        QTest::newRow("Radicale, ETags") << "radicale" << false;
-        QTest::newRow("Xandikos, sync-collection") << "xandikos" << true;
-        QTest::newRow("Xandikos, ETags") << "xandikos" << false;
+        QTest::newRow("Radicale, sync-collection") << true << true;
+        QTest::newRow("Radicale, ETags") << true << false;
+        QTest::newRow("Xandikos, sync-collection") << false << true;
+        QTest::newRow("Xandikos, ETags") << false << false;
     }
     void sync()
     {
-        QFETCH(QString, server);
+        QFETCH(bool, radicale);
         QFETCH(bool, syncCollection);
         ScriptedUserInterface ui;
         QTemporaryDir cache;
-        const bool radicale = server == QLatin1String("radicale");
+        Server& host = radicale ? static_cast<Server&>(m_radicale) : m_xandikos;
+        // Cards and names of their own for each row, in the one book the rows share.
         const QString row = QString::fromLatin1(QTest::currentDataTag()).left(3) +
                             (syncCollection ? QStringLiteral("S") : QStringLiteral("E"));
         const QUrl book =
             radicale ? m_radicale.bookUrl(QStringLiteral("privat")) : m_xandikos.bookUrl();
-        auto put = [&](const QString& name, const QByteArray& last) {
-            return http("PUT", book.resolved(QUrl(row + name + QStringLiteral(".vcf"))),
-                        vcard((row + name).toUtf8(), last + row.toUtf8()), radicale ? "anna" : "");
+        auto put = [&](const char* name, const QString& last) {
+            return host.put(book, row + name + QStringLiteral(".vcf"),
+                            vcard((row + name).toUtf8(), (last + row).toUtf8()));
         };
-        QVERIFY(put(QStringLiteral("a"), "Adam") / 100 == 2);
-        QVERIFY(put(QStringLiteral("b"), "Berg") / 100 == 2);
-        QVERIFY(put(QStringLiteral("c"), "Cornelius") / 100 == 2);
+        const auto found = [&](const std::shared_ptr<OlFolder>& folder) {
+            QStringList out;
+            for (const char* last : {"Adam", "Abel", "Berg", "Cornelius", "Dorn"})
+                out.append(QStringLiteral("%1 %2").arg(last).arg(hits(folder, last + row)));
+            return out.join(u' ');
+        };
+        QVERIFY(put("a", "Adam") && put("b", "Berg") && put("c", "Cornelius"));
 
         const QString address = radicale ? m_radicale.base() + QStringLiteral("/anna/")
                                          : m_xandikos.base() + QStringLiteral("/user/");
         auto folder = session(address, settings(cache.path(), syncCollection));
-        const QString name = radicale ? QStringLiteral("G-Privat") : QStringLiteral("addressbook");
-        const auto opened = folder->OpenFolder(kPublic + QLatin1Char('\\') + name);
+        const auto opened = folder->OpenFolder(
+            kPublic + (radicale ? QStringLiteral("\\G-Privat") : QStringLiteral("\\addressbook")));
         QVERIFY(opened);
-        QCOMPARE(hits(opened, QStringLiteral("Adam") + row), 1);
-        QCOMPARE(hits(opened, QStringLiteral("Berg") + row), 1);
+        QCOMPARE(found(opened), "Adam 1 Abel 0 Berg 1 Cornelius 1 Dorn 0");
 
-        QVERIFY(put(QStringLiteral("a"), "Abel") / 100 == 2); // changed
-        QVERIFY(put(QStringLiteral("d"), "Dorn") / 100 == 2); // added
-        QVERIFY(http("DELETE", book.resolved(QUrl(row + QStringLiteral("c.vcf"))), {},
-                     radicale ? "anna" : "") /
-                    100 ==
-                2);
+        // Changed, added and deleted on the server.
+        QVERIFY(put("a", "Abel") && put("d", "Dorn"));
+        QVERIFY(host.remove(book.resolved(QUrl(row + QStringLiteral("c.vcf")))));
         const auto remote = std::dynamic_pointer_cast<CardDavBook>(opened->remote());
         QVERIFY(remote);
         QVERIFY(remote->sync());
         QCOMPARE(remote->lastStats().usedSyncCollection, syncCollection);
         QCOMPARE(remote->lastStats().fetched, 2);
         QCOMPARE(remote->lastStats().deleted, 1);
-        QCOMPARE(hits(opened, QStringLiteral("Adam") + row), 0);
-        QCOMPARE(hits(opened, QStringLiteral("Abel") + row), 1);
-        QCOMPARE(hits(opened, QStringLiteral("Dorn") + row), 1);
-        QCOMPARE(hits(opened, QStringLiteral("Cornelius") + row), 0);
-        QCOMPARE(hits(opened, QStringLiteral("Berg") + row), 1);
+        QCOMPARE(found(opened), "Adam 0 Abel 1 Berg 1 Cornelius 0 Dorn 1");
         QCOMPARE(opened->staleNote(), QString());
         // Nothing changed since: one question to the server and no card fetched.
         QVERIFY(remote->lastStats().unchanged);
@@ -215,7 +198,7 @@ private slots:
         QTemporaryDir cache;
         m_radicale.makeBook(QStringLiteral("lm"), QStringLiteral("Mitarbeiter"));
         const QUrl book = m_radicale.bookUrl(QStringLiteral("lm"));
-        QCOMPARE(http("PUT", book.resolved(QUrl("a.vcf")), vcard("lm-a", "Albers")), 201);
+        QVERIFY(m_radicale.put(book, "a.vcf", vcard("lm-a", "Albers")));
         CardDavAccount account(m_radicale.base() + QStringLiteral("/anna/lm/"),
                                settings(cache.path()));
         account.folders(kPublic);
@@ -227,7 +210,7 @@ private slots:
         QVERIFY(remote->lastStats().unchanged && !remote->lastStats().byLastModified);
         QVERIFY(remote->sync());
         QVERIFY(remote->lastStats().byLastModified);
-        QCOMPARE(http("PUT", book.resolved(QUrl("b.vcf")), vcard("lm-b", "Brandt")), 201);
+        QVERIFY(m_radicale.put(book, "b.vcf", vcard("lm-b", "Brandt")));
         QVERIFY(remote->sync());
         QVERIFY(!remote->lastStats().unchanged);
         QCOMPARE(remote->lastStats().fetched, 1);
@@ -241,26 +224,24 @@ private slots:
         Radicale server;
         QVERIFY(server.start(serverDir.path()));
         server.makeBook(QStringLiteral("vg"), QStringLiteral("VG-Kontakte"));
-        QCOMPARE(http("PUT", server.bookUrl(QStringLiteral("vg")).resolved(QUrl("w.vcf")),
-                      vcard("w", "Weber")),
-                 201);
+        QVERIFY(server.put(server.bookUrl(QStringLiteral("vg")), "w.vcf", vcard("w", "Weber")));
         const QString address = server.base() + QStringLiteral("/");
         {
             auto folder = session(address, settings(cache.path()));
-            const auto opened = folder->OpenFolder(QStringLiteral("VG-Kontakte"));
+            const auto opened = folder->OpenFolder("VG-Kontakte");
             QVERIFY(opened);
-            QCOMPARE(hits(opened, QStringLiteral("Weber")), 1);
+            QCOMPARE(hits(opened, "Weber"), 1);
             server.stop();
-            QCOMPARE(hits(opened, QStringLiteral("Weber")), 1);
+            QCOMPARE(hits(opened, "Weber"), 1);
             QVERIFY2(opened->staleNote().contains(QStringLiteral("veraltet")),
                      qPrintable(opened->staleNote()));
             QVERIFY(opened->staleNote().contains(QStringLiteral("nicht erreichbar")));
         }
         // A new session finds the books in the cache.
         auto folder = session(address, settings(cache.path()));
-        const auto opened = folder->OpenFolder(QStringLiteral("VG-Kontakte"));
+        const auto opened = folder->OpenFolder("VG-Kontakte");
         QVERIFY(opened);
-        QCOMPARE(hits(opened, QStringLiteral("Weber")), 1);
+        QCOMPARE(hits(opened, "Weber"), 1);
         QVERIFY(!opened->staleNote().isEmpty());
         QVERIFY(ui.boxes().isEmpty());
     }
@@ -270,16 +251,14 @@ private slots:
     {
         QTest::addColumn<QString>("fault");
         QTest::addColumn<QString>("message");
-        QTest::newRow("wrong password") << "password"
-                                        << "Anmeldung am Server";
-        QTest::newRow("server unreachable") << "unreachable"
-                                            << "nicht erreichbar";
-        QTest::newRow("server silent") << "silent"
-                                       << "antwortet nicht";
-        QTest::newRow("untrusted certificate") << "tls"
-                                               << "Zertifikat des Servers '127.0.0.1:";
-        QTest::newRow("response too large") << "large"
-                                            << "zu groß";
+        auto row = [](const char* tag, const char* fault, const char* message) {
+            QTest::newRow(tag) << QString::fromLatin1(fault) << QString::fromUtf8(message);
+        };
+        row("wrong password", "password", "Anmeldung am Server");
+        row("server unreachable", "unreachable", "nicht erreichbar");
+        row("server silent", "silent", "antwortet nicht");
+        row("untrusted certificate", "tls", "Zertifikat des Servers '127.0.0.1:");
+        row("response too large", "large", "zu groß");
     }
     void faults()
     {
@@ -334,12 +313,11 @@ private slots:
     {
         QTest::addColumn<QString>("fault");
         QTest::addColumn<QString>("note");
-        QTest::newRow("book removed on the server") << "vanished"
-                                                    << "nicht mehr";
-        QTest::newRow("server error (a card Radicale cannot load)") << "500"
-                                                                    << "(500)";
-        QTest::newRow("password changed on the server") << "password"
-                                                        << "Anmeldung";
+        QTest::newRow("book removed on the server") << QStringLiteral("vanished") << "nicht mehr";
+        QTest::newRow("server error (a card Radicale cannot load)")
+            << QStringLiteral("500") << "(500)";
+        QTest::newRow("password changed on the server")
+            << QStringLiteral("password") << "Anmeldung";
     }
     void syncFaults()
     {
@@ -349,31 +327,22 @@ private slots:
         QTemporaryDir cache;
         const QString book = QStringLiteral("f") + QString::number(QTest::currentDataTag()[0]);
         const QString dir = m_radicale.makeBook(book, QStringLiteral("Ruheständler"));
-        QCOMPARE(
-            http("PUT", m_radicale.bookUrl(book).resolved(QUrl("r.vcf")), vcard("r", "Rentner")),
-            201);
+        QVERIFY(m_radicale.put(m_radicale.bookUrl(book), "r.vcf", vcard("r", "Rentner")));
         auto folder = session(m_radicale.base() + QStringLiteral("/anna/"), settings(cache.path()));
-        const auto opened = folder->OpenFolder(QStringLiteral("Ruheständler"));
+        const auto opened = folder->OpenFolder("Ruheständler");
         QVERIFY(opened);
-        QCOMPARE(hits(opened, QStringLiteral("Rentner")), 1);
-        const QString users = m_dir->path() + QStringLiteral("/radicale/users");
-        if (fault == QLatin1String("vanished")) {
-            QCOMPARE(http("DELETE", m_radicale.bookUrl(book)), 200);
-        } else if (fault == QLatin1String("500")) {
-            QFile broken(dir + QStringLiteral("/kaputt.vcf"));
-            QVERIFY(broken.open(QIODevice::WriteOnly));
-            broken.write("BEGIN:VCARD\r\nVERSION:3.0\r\nN:Kaputt;;;;\r\n");
-        } else {
-            QFile f(users);
-            QVERIFY(f.open(QIODevice::WriteOnly | QIODevice::Truncate));
-            f.write("anna:neu\nbert:geheim2\n");
-        }
-        const long found = hits(opened, QStringLiteral("Rentner"));
+        QCOMPARE(hits(opened, "Rentner"), 1);
+        if (fault == QLatin1String("vanished"))
+            QVERIFY(m_radicale.remove(m_radicale.bookUrl(book)));
+        else if (fault == QLatin1String("500"))
+            writeFile(dir + QStringLiteral("/kaputt.vcf"),
+                      "BEGIN:VCARD\r\nVERSION:3.0\r\nN:K;;;;\r\n");
+        else
+            m_radicale.setUsers("anna:neu\nbert:geheim2\n");
+        const long found = hits(opened, "Rentner");
         // The server as it was, for the tests after this one.
         QFile::remove(dir + QStringLiteral("/kaputt.vcf"));
-        QFile restore(users);
-        QVERIFY(restore.open(QIODevice::WriteOnly | QIODevice::Truncate));
-        restore.write("anna:geheim\nbert:geheim2\n");
+        m_radicale.setUsers();
         QCOMPARE(found, 1);
         QVERIFY2(opened->staleNote().contains(QStringLiteral("veraltet")) &&
                      opened->staleNote().contains(note),
@@ -387,39 +356,33 @@ private slots:
         ScriptedUserInterface ui;
         QTemporaryDir cache;
         auto folder = session(m_radicale.base() + QStringLiteral("/anna/"), settings(cache.path()));
-        QVERIFY(folder->OpenFolder(QStringLiteral("VG-Kontakte")));
-        const QList<std::pair<QString, QVariant>> fields = {
-            {QStringLiteral("LastName"), QStringLiteral("Neumann")},
-            {QStringLiteral("FirstName"), QStringLiteral("Nina")}};
+        QVERIFY(folder->OpenFolder("VG-Kontakte"));
         QString entryId;
-        QVERIFY(folder->AddItem(fields, {}, &entryId));
+        QVERIFY(folder->AddItem({{"LastName", "Neumann"}, {"FirstName", "Nina"}}, {}, &entryId));
         QVERIFY(!entryId.isEmpty());
-        QCOMPARE(hits(folder->openFolder(), QStringLiteral("Neumann")), 1);
+        QCOMPARE(hits(folder->openFolder(), "Neumann"), 1);
         // A session with a cache of its own finds it on the server.
         {
             QTemporaryDir otherCache;
             auto other =
                 session(m_radicale.base() + QStringLiteral("/anna/"), settings(otherCache.path()));
-            const auto opened = other->OpenFolder(QStringLiteral("VG-Kontakte"));
+            const auto opened = other->OpenFolder("VG-Kontakte");
             QVERIFY(opened);
-            QCOMPARE(hits(opened, QStringLiteral("Neumann")), 1);
+            QCOMPARE(hits(opened, "Neumann"), 1);
         }
 
         // The same UID again: the server refuses, nothing is overwritten, the card is kept.
         ui.setLenient(true);
-        ContactItem again = *folder->openFolder()
-                                 ->Items()
-                                 .Restrict(QStringLiteral("[LastName] = 'Müller'"))
-                                 .Item(1)
-                                 .contact();
+        const OlItems mueller = folder->openFolder()->Items().Restrict("[LastName] = 'Müller'");
+        ContactItem again = *mueller.Item(1).contact();
         again.setValue(QStringLiteral("LastName"), QStringLiteral("Überschrieben"));
         QVERIFY(!folder->AddItem(again));
         QCOMPARE(ui.boxes().size(), 1);
         QVERIFY2(ui.boxes().first().text.contains(QStringLiteral("nicht überschrieben")),
                  qPrintable(ui.boxes().first().text));
         QVERIFY(ui.boxes().first().text.contains(QStringLiteral("gesichert")));
-        QCOMPARE(hits(folder->openFolder(), QStringLiteral("Überschrieben")), 0);
-        QCOMPARE(hits(folder->openFolder(), QStringLiteral("Müller")), 1);
+        QCOMPARE(hits(folder->openFolder(), "Überschrieben"), 0);
+        QCOMPARE(hits(folder->openFolder(), "Müller"), 1);
     }
 
     void cleanupTestCase()

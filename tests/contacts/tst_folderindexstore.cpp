@@ -2,17 +2,11 @@
 #include "contacts/OlFilter.h"
 #include "contacts/VCardFolderIndex.h"
 #include "tests/contacts/StoreTestKit.h"
-#include "tests/support/TestEnvironment.h"
 
-#include <QDir>
 #include <QElapsedTimer>
-#include <QFile>
 #include <QProcess>
-#include <QTemporaryDir>
-#include <QTest>
 #include <cstdio>
 #include <fcntl.h>
-#include <sys/stat.h>
 
 using namespace storekit;
 
@@ -57,13 +51,10 @@ QStringList inChild(const QString& dir, const QString& filter)
     return QString::fromUtf8(child.readAllStandardOutput()).split(u'\n', Qt::SkipEmptyParts);
 }
 
-// Sets a file's modification time `secondsAgo` into the past.
-void age(const QString& path, int secondsAgo)
+// Sets a file's access and modification time to `t`.
+void setTimes(const QString& path, const timespec& t)
 {
-    timespec times[2];
-    clock_gettime(CLOCK_REALTIME, &times[0]);
-    times[0].tv_sec -= secondsAgo;
-    times[1] = times[0];
+    const timespec times[2] = {t, t};
     QVERIFY(::utimensat(AT_FDCWD, QFile::encodeName(path).constData(), times, 0) == 0);
 }
 
@@ -82,26 +73,15 @@ enum class Change {
 
 } // namespace
 
-class TstFolderIndexStore : public QObject
+class TstFolderIndexStore : public StoreFixture
 {
     Q_OBJECT
-
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<QTemporaryDir> m_dir;
 
     QString path(const char* name) const { return m_dir->filePath(QString::fromLatin1(name)); }
 
 private slots:
-    void init()
-    {
-        m_env = std::make_unique<TestEnvironment>(); // the index goes to its cache folder
-        m_dir = std::make_unique<QTemporaryDir>();
-    }
-    void cleanup()
-    {
-        m_dir.reset();
-        m_env.reset();
-    }
+    void init() { setUp(); } // the index goes to the cache folder of the private home
+    void cleanup() { tearDown(); }
 
     // Whatever happens to the files or the index behind the program's back, the next search
     // (in the same program and in a new one) gives what reading every card gives.
@@ -128,32 +108,29 @@ private slots:
         put(path("b.vcf"), card("Müller;Anna;;;", "UID:b-1\r\n"));
         put(path("c.vcf"), card("Weber;Jo;;;"));
         put(path("d.vcf"), "BEGIN:VCARD\r\nVERSION:3.0\r\nN:Kaputt;;;;\r\n" + card("MÜLLER;Udo"));
+        timespec written;
+        clock_gettime(CLOCK_REALTIME, &written);
+        written.tv_sec -= change == Change::UnsettledEntry ? 0 : 3600;
         for (const char* name : {"a.vcf", "b.vcf", "c.vcf", "d.vcf"})
-            age(path(name), change == Change::UnsettledEntry ? 0 : 3600);
+            setTimes(path(name), written);
         const QByteArray dir = QFile::encodeName(m_dir->path());
         const QString indexFile = FolderIndexStore::filePathFor(dir);
 
         // The first search builds the index; a second program uses it.
-        QCOMPARE(describe(m_dir->path(), kMueller), fullScan(m_dir->path(), kMueller));
-        QVERIFY(QFile::exists(indexFile));
-        QCOMPARE(inChild(m_dir->path(), kMueller), fullScan(m_dir->path(), kMueller));
         const QStringList before = fullScan(m_dir->path(), kMueller);
+        QCOMPARE(describe(m_dir->path(), kMueller), before);
+        QVERIFY(QFile::exists(indexFile));
+        QCOMPARE(inChild(m_dir->path(), kMueller), before);
 
         switch (change) {
         case Change::OtherSize:
             put(path("b.vcf"), card("Müller;Annegret;;;", "UID:b-1\r\n"));
             break;
-        case Change::SameSize: {
+        case Change::SameSize:
             // Even the modification time is the old one: only the inode's change time tells.
-            struct stat st {
-            };
-            QVERIFY(::stat(QFile::encodeName(path("b.vcf")).constData(), &st) == 0);
             put(path("b.vcf"), card("Muller;Anna;;;;", "UID:b-1\r\n"));
-            const timespec times[2] = {st.st_atim, st.st_mtim};
-            QVERIFY(::utimensat(AT_FDCWD, QFile::encodeName(path("b.vcf")).constData(), times, 0) ==
-                    0);
+            setTimes(path("b.vcf"), written);
             break;
-        }
         case Change::Added:
             put(path("bb.vcf"), card("müller;Neu;;;"));
             break;
@@ -167,19 +144,14 @@ private slots:
             QVERIFY(QFile::remove(indexFile));
             break;
         case Change::IndexTruncated:
+            writeFile(indexFile, readAll(indexFile).chopped(QFileInfo(indexFile).size() / 3));
+            break;
         case Change::IndexFlipped: {
-            QFile f(indexFile);
-            QVERIFY(f.open(QIODevice::ReadWrite));
-            QByteArray bytes = f.readAll();
-            if (change == Change::IndexTruncated) {
-                bytes.chop(bytes.size() / 3);
-            } else {
-                const qsizetype at = bytes.indexOf("Anna");
-                QVERIFY(at > 0);
-                bytes[at] = 'E'; // "Enna": a valid record, but not what was written
-            }
-            QVERIFY(f.resize(0));
-            QCOMPARE(f.write(bytes), bytes.size());
+            QByteArray bytes = readAll(indexFile);
+            const qsizetype at = bytes.indexOf("Anna");
+            QVERIFY(at > 0);
+            bytes[at] = 'E'; // "Enna": a valid record, but not what was written
+            writeFile(indexFile, bytes);
             break;
         }
         case Change::UnsettledEntry:

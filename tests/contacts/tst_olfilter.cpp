@@ -65,13 +65,14 @@ private slots:
         row("or needs one", "[FirstName] = 'Moritz' or [FirstName] = 'Max'", true);
         row("and binds tighter than or (true or (x and false))",
             "[FirstName] = 'Max' or [FirstName] = 'x' and [LastName] = 'y'", true);
-        row("and binds tighter than or ((false and x) or false)",
-            "[FirstName] = 'x' and [LastName] = 'Müller' or [LastName] = 'y'", false);
+        row("and binds tighter than or ((false and x) or true)",
+            "[FirstName] = 'x' and [LastName] = 'Müller' or [LastName] = 'Müller'", true);
         row("parentheses change the grouping",
             "([FirstName] = 'Max' or [FirstName] = 'x') and [LastName] = 'y'", false);
         row("nested parentheses", "(([LastName] = 'Müller'))", true);
         row("not", "not [LastName] = 'Meier'", true);
-        row("not binds tighter than and", "not [LastName] = 'Meier' and [FirstName] = 'Max'", true);
+        row("not binds tighter than and ((not true) and false)",
+            "not [LastName] = 'Müller' and [FirstName] = 'x'", false);
         row("text order ignores case", "[LastName] > 'mA' and [LastName] < 'MZ'", true);
         row("less or equal on equal text", "[LastName] <= 'müller'", true);
         row("date in German form", "[Birthday] = '31.12.1960'", true);
@@ -166,22 +167,20 @@ private slots:
 
     void propertiesAndFastPath()
     {
+        // Each property once, spelt as the item model spells it, with where its value comes from
+        // (N or ORG component, else the whole item).
         const OlFilter f = OlFilter::parse(QStringLiteral(
             "[Lastname] = 'a' or [LASTNAME] = 'b' or [companyname] = 'c' or [Title] = 'Dr.' or "
             "[BusinessAddressCity] = 'd' or [Firma 2] = 'e'"));
-        const QList<OlFilter::Property>& p = f.properties();
-        QCOMPARE(p.size(), 5); // LastName once
-        QCOMPARE(p[0].name, QStringLiteral("LastName"));
-        QCOMPARE(p[0].source, OlFilter::Source::NamePart);
-        QCOMPARE(p[0].component, 0);
-        QCOMPARE(p[1].name, QStringLiteral("CompanyName"));
-        QCOMPARE(p[1].source, OlFilter::Source::OrgPart);
-        QCOMPARE(p[2].source, OlFilter::Source::NamePart);
-        QCOMPARE(p[2].component, 3);
-        QCOMPARE(p[3].source, OlFilter::Source::Item);
-        QVERIFY(!p[3].isUserProperty);
-        QCOMPARE(p[4].name, QStringLiteral("Firma 2"));
-        QVERIFY(p[4].isUserProperty);
+        QStringList found;
+        for (const OlFilter::Property& p : f.properties())
+            found.append(QStringLiteral("%1 %2/%3%4")
+                             .arg(p.name)
+                             .arg(int(p.source))
+                             .arg(p.component)
+                             .arg(p.isUserProperty ? " user" : ""));
+        QCOMPARE(found, (QStringList{"LastName 0/0", "CompanyName 1/0", "Title 0/3",
+                                     "BusinessAddressCity 2/0", "Firma 2 2/0 user"}));
     }
 
     void valuesAreAskedLazily()
@@ -200,35 +199,34 @@ private slots:
 
     void componentValueMirrorsTheItemModel_data()
     {
-        QTest::addColumn<int>("source");
+        QTest::addColumn<OlFilter::Source>("source");
         QTest::addColumn<int>("component");
         QTest::addColumn<QString>("escaped");
         QTest::addColumn<QString>("expected");
-
-        const int n = int(OlFilter::Source::NamePart), org = int(OlFilter::Source::OrgPart);
-        QTest::newRow("family name") << n << 0 << QString("Müller;Max;;Herr;") << QString("Müller");
-        QTest::newRow("prefix") << n << 3 << QString("Müller;Max;;Herr;") << QString("Herr");
-        QTest::newRow("component beyond the value") << n << 4 << QString("Müller;Max") << QString();
-        QTest::newRow("value list joined with a blank")
-            << n << 2 << QString("Doe;John;Philip,Paul;;") << QString("Philip Paul");
-        QTest::newRow("escaped comma is no list")
-            << n << 0 << QString("Richter\\, James;;;;") << QString("Richter, James");
-        QTest::newRow("blanks trimmed") << n << 1 << QString("A; Max ;;;") << QString("Max");
-        QTest::newRow("company keeps its comma")
-            << org << 0 << QString("Ximian, Inc.;Sales") << QString("Ximian, Inc.");
-        QTest::newRow("department")
-            << org << 1 << QString("Muster AG; Einkauf ") << QString("Einkauf");
-        QTest::newRow("escaped semicolon in a company")
-            << org << 0 << QString("A\\;B;C") << QString("A;B");
+        auto row = [](const char* tag, OlFilter::Source source, int component, const char* escaped,
+                      const char* expected) {
+            QTest::newRow(tag) << source << component << QString::fromUtf8(escaped)
+                               << QString::fromUtf8(expected);
+        };
+        const OlFilter::Source n = OlFilter::Source::NamePart, org = OlFilter::Source::OrgPart;
+        row("family name", n, 0, "Müller;Max;;Herr;", "Müller");
+        row("prefix", n, 3, "Müller;Max;;Herr;", "Herr");
+        row("component beyond the value", n, 4, "Müller;Max", "");
+        row("value list joined with a blank", n, 2, "Doe;John;Philip,Paul;;", "Philip Paul");
+        row("escaped comma is no list", n, 0, "Richter\\, James;;;;", "Richter, James");
+        row("blanks trimmed", n, 1, "A; Max ;;;", "Max");
+        row("company keeps its comma", org, 0, "Ximian, Inc.;Sales", "Ximian, Inc.");
+        row("department", org, 1, "Muster AG; Einkauf ", "Einkauf");
+        row("escaped semicolon in a company", org, 0, "A\\;B;C", "A;B");
     }
 
     void componentValueMirrorsTheItemModel()
     {
-        QFETCH(int, source);
+        QFETCH(OlFilter::Source, source);
         QFETCH(int, component);
         QFETCH(QString, escaped);
         QFETCH(QString, expected);
-        QCOMPARE(OlFilter::componentValue(OlFilter::Source(source), component, escaped), expected);
+        QCOMPARE(OlFilter::componentValue(source, component, escaped), expected);
     }
 };
 

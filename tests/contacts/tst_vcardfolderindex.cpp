@@ -2,14 +2,8 @@
 #include "contacts/VCardFolderIndex.h"
 #include "contacts/VCardReader.h"
 #include "tests/contacts/StoreTestKit.h"
-#include "tests/support/TestEnvironment.h"
-#include "util/ZwError.h"
 
-#include <QDir>
-#include <QFile>
 #include <QHash>
-#include <QTemporaryDir>
-#include <QTest>
 #include <QThread>
 #include <algorithm>
 #include <sys/stat.h>
@@ -34,6 +28,21 @@ quint64 inodeOf(const QString& path)
     };
     return ::stat(QFile::encodeName(path).constData(), &st) == 0 ? quint64(st.st_ino) : 0;
 }
+
+// The progress question of a pass: how often it was asked, and whether ever off the calling
+// thread.
+struct Asker {
+    bool answer = false;
+    QThread* caller = QThread::currentThread();
+    int asked = 0;
+    bool elsewhere = false;
+    bool operator()()
+    {
+        elsewhere = elsewhere || QThread::currentThread() != caller;
+        ++asked;
+        return answer;
+    }
+};
 
 } // namespace
 
@@ -109,14 +118,10 @@ private slots:
             }
         }
 
-        QThread* const caller = QThread::currentThread();
-        bool elsewhere = false;
-        const auto progress = [&] {
-            elsewhere = elsewhere || QThread::currentThread() != caller;
-            return false;
-        };
-        const quint32 n = withRows ? index.countWithRows(progress) : index.count(progress);
-        QVERIFY(!elsewhere);
+        Asker ask;
+        const quint32 n =
+            withRows ? index.countWithRows(std::ref(ask)) : index.count(std::ref(ask));
+        QVERIFY(!ask.elsewhere);
         QCOMPARE(n, expectedCount);
         QCOMPARE(problems->texts, expectedProblems);
 
@@ -151,20 +156,12 @@ private slots:
         }
         auto problems = std::make_shared<VCardFolderIndex::Problems>();
         VCardFolderIndex index(m_dir->path(), kLocation, problems);
-        QThread* const caller = QThread::currentThread();
-        int asked = 0;
-        bool elsewhere = false;
-        const ZwError e = errorOf([&] {
-            index.countWithRows([&] {
-                elsewhere = elsewhere || QThread::currentThread() != caller;
-                ++asked;
-                return true;
-            });
-        });
+        Asker ask{true};
+        const ZwError e = errorOf([&] { index.countWithRows(std::ref(ask)); });
         QCOMPARE(e.number(), 18L);
         QVERIFY(e.description().startsWith(QStringLiteral("Benutzerunterbrechung")));
-        QCOMPARE(asked, 1);
-        QVERIFY(!elsewhere);
+        QCOMPARE(ask.asked, 1);
+        QVERIFY(!ask.elsewhere);
         QCOMPARE(index.countWithRows(), quint32(kFiles * kCards));
         QCOMPARE(index.row(index.hitAt(kCards + 3)).lastName,
                  QStringLiteral("Name%1").arg(kCards + 3));

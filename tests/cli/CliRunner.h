@@ -42,7 +42,6 @@ inline QString program()
 inline Result run(const QStringList& arguments, int timeoutMs = 30000)
 {
     QProcess process;
-    process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
     process.start(program(), arguments);
     Result r;
     r.finished = process.waitForFinished(timeoutMs);
@@ -59,9 +58,7 @@ inline void writeSettings(const QList<std::pair<QString, QString>>& values)
 {
     ClsRegistry reg;
     reg.setKey(QStringLiteral("Software"));
-    reg.CreateSubKey(QStringLiteral("KVAR"));
-    reg.setKey(QStringLiteral("Software\\KVAR"));
-    reg.CreateSubKey(QStringLiteral("Zettelwerk"));
+    reg.CreateSubKey(QStringLiteral("KVAR\\Zettelwerk"));
     reg.setKey(QStringLiteral("Software\\KVAR\\Zettelwerk"));
     for (const auto& [name, value] : values)
         QVERIFY2(reg.SetString(name, value), qPrintable(reg.ErrorDescription()));
@@ -77,15 +74,13 @@ inline QString writeFile(const QString& path, const QByteArray& bytes)
     return path;
 }
 
-// The main part of a .docx; an empty document when it cannot be read.
+// The main part of a .docx; false when it cannot be read.
 inline bool loadMainPart(const QString& docx, pugi::xml_document& xml)
 {
     const auto parts = OoxmlTestPackage::readZip(docx);
     const auto it = parts.find("word/document.xml");
-    if (it == parts.end())
-        return false;
-    return bool(xml.load_buffer(it->second.data(), it->second.size(),
-                                pugi::parse_default | pugi::parse_ws_pcdata));
+    return it != parts.end() && xml.load_buffer(it->second.data(), it->second.size(),
+                                                pugi::parse_default | pugi::parse_ws_pcdata);
 }
 
 } // namespace CliRunner

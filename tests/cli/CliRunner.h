@@ -4,11 +4,10 @@
 // written the way the program stores them, and the text of a filled document.
 
 #include "tests/document/OoxmlTestPackage.h"
+#include "tests/support/TestFiles.h"
 #include "util/ClsRegistry.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -16,6 +15,9 @@
 
 namespace CliRunner
 {
+
+// Files are written as every other test writes them.
+using ::writeFile;
 
 struct Result {
     bool finished = false;
@@ -62,16 +64,6 @@ inline void writeSettings(const QList<std::pair<QString, QString>>& values)
     reg.setKey(QStringLiteral("Software\\KVAR\\Zettelwerk"));
     for (const auto& [name, value] : values)
         QVERIFY2(reg.SetString(name, value), qPrintable(reg.ErrorDescription()));
-}
-
-inline QString writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    if (!f.open(QIODevice::WriteOnly))
-        return QString();
-    f.write(bytes);
-    return path;
 }
 
 // The main part of a .docx; false when it cannot be read.

@@ -89,10 +89,7 @@ private Q_SLOTS:
         qsizetype at = 0;
         for (const QString& expected : inOrder.split(u'|')) {
             const qsizetype found = lines.indexOf(expected, at);
-            QVERIFY2(found >= 0, qPrintable(QStringLiteral("'%1' not in order after line %2:\n%3")
-                                                .arg(expected)
-                                                .arg(at)
-                                                .arg(lines.join(u'\n'))));
+            QVERIFY2(found >= 0, qPrintable(expected + " not in order in:\n" + lines.join(u'\n')));
             at = found + 1;
         }
         // No doubled comma, e.g. the salutation's own beside one in the template.

@@ -95,19 +95,17 @@ class TstZettelwerkCli : public QObject
             writeSettings(values);
     }
 
-    // Runs a fill that must succeed and returns the document written into `folder`.
+    // Runs a fill that must succeed and returns the document written into `folder`: its path
+    // is the one line on stdout, and stderr stays empty.
     QString fillOk(const QStringList& arguments, const QString& folder)
     {
         const Result r = run(arguments);
-        if (!r.finished || r.exitCode != 0 || !r.err.isEmpty()) {
-            qWarning("exit %d, stderr: %s", r.exitCode, qPrintable(r.err));
-            return QString();
-        }
-        const QString path = r.out.chopped(1);
-        if (!r.out.endsWith(u'\n') || path.contains(u'\n') ||
+        const QString path = r.out.trimmed();
+        if (!r.finished || r.exitCode != 0 || !r.err.isEmpty() || r.out != path + u'\n' ||
             QFileInfo(path).absolutePath() != folder || !path.endsWith(QLatin1String(".docx")) ||
             !QFileInfo::exists(path)) {
-            qWarning("unexpected output: %s", qPrintable(r.out));
+            qWarning("exit %d, stdout: %s, stderr: %s", r.exitCode, qPrintable(r.out),
+                     qPrintable(r.err));
             return QString();
         }
         return path;

@@ -4,11 +4,10 @@
 // written the way the program stores them, and the text of a filled document.
 
 #include "tests/document/OoxmlTestPackage.h"
+#include "tests/support/TestFiles.h"
 #include "util/ClsRegistry.h"
 
 #include <QCoreApplication>
-#include <QDir>
-#include <QFile>
 #include <QProcess>
 #include <QString>
 #include <QStringList>
@@ -16,6 +15,9 @@
 
 namespace CliRunner
 {
+
+// Files are written as every other test writes them.
+using ::writeFile;
 
 struct Result {
     bool finished = false;
@@ -42,7 +44,6 @@ inline QString program()
 inline Result run(const QStringList& arguments, int timeoutMs = 30000)
 {
     QProcess process;
-    process.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
     process.start(program(), arguments);
     Result r;
     r.finished = process.waitForFinished(timeoutMs);
@@ -59,33 +60,19 @@ inline void writeSettings(const QList<std::pair<QString, QString>>& values)
 {
     ClsRegistry reg;
     reg.setKey(QStringLiteral("Software"));
-    reg.CreateSubKey(QStringLiteral("KVAR"));
-    reg.setKey(QStringLiteral("Software\\KVAR"));
-    reg.CreateSubKey(QStringLiteral("Zettelwerk"));
+    reg.CreateSubKey(QStringLiteral("KVAR\\Zettelwerk"));
     reg.setKey(QStringLiteral("Software\\KVAR\\Zettelwerk"));
     for (const auto& [name, value] : values)
         QVERIFY2(reg.SetString(name, value), qPrintable(reg.ErrorDescription()));
 }
 
-inline QString writeFile(const QString& path, const QByteArray& bytes)
-{
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile f(path);
-    if (!f.open(QIODevice::WriteOnly))
-        return QString();
-    f.write(bytes);
-    return path;
-}
-
-// The main part of a .docx; an empty document when it cannot be read.
+// The main part of a .docx; false when it cannot be read.
 inline bool loadMainPart(const QString& docx, pugi::xml_document& xml)
 {
     const auto parts = OoxmlTestPackage::readZip(docx);
     const auto it = parts.find("word/document.xml");
-    if (it == parts.end())
-        return false;
-    return bool(xml.load_buffer(it->second.data(), it->second.size(),
-                                pugi::parse_default | pugi::parse_ws_pcdata));
+    return it != parts.end() && xml.load_buffer(it->second.data(), it->second.size(),
+                                                pugi::parse_default | pugi::parse_ws_pcdata);
 }
 
 } // namespace CliRunner

@@ -6,7 +6,6 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 #include <QTest>
-#include <memory>
 
 using namespace CliRunner;
 
@@ -22,12 +21,9 @@ class TstCliIntegration : public QObject
         // A private profile, so that parallel runs and a desktop session do not meet.
         QTemporaryDir profile(QDir::tempPath() + QStringLiteral("/zw-lo-profile-XXXXXX"));
         QProcess lo;
-        lo.setProcessEnvironment(QProcessEnvironment::systemEnvironment());
         lo.setStandardInputFile(QProcess::nullDevice());
-        lo.start(m_soffice, {QStringLiteral("-env:UserInstallation=") +
-                                 QUrl::fromLocalFile(profile.path()).toString(),
-                             QStringLiteral("--headless"), QStringLiteral("--convert-to"),
-                             QStringLiteral("txt:Text (encoded):UTF8"), QStringLiteral("--outdir"),
+        lo.start(m_soffice, {"-env:UserInstallation=" + QUrl::fromLocalFile(profile.path()).url(),
+                             "--headless", "--convert-to", "txt:Text (encoded):UTF8", "--outdir",
                              outDir, docx});
         if (!lo.waitForFinished(120000)) {
             lo.kill();
@@ -43,8 +39,7 @@ class TstCliIntegration : public QObject
         QString text = QString::fromUtf8(txt.readAll());
         if (text.startsWith(QChar(0xFEFF)))
             text.remove(0, 1);
-        text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
-        return text.split(u'\n');
+        return text.replace(QStringLiteral("\r\n"), QStringLiteral("\n")).split(u'\n');
     }
 
 private Q_SLOTS:
@@ -59,44 +54,25 @@ private Q_SLOTS:
     void sampleTemplateReadsRight_data()
     {
         QTest::addColumn<QString>("templateName");
-        QTest::addColumn<QStringList>("inOrder"); // whole lines, in this order
-        QTest::addColumn<QStringList>("absent");  // text that must be nowhere
+        QTest::addColumn<QString>("inOrder"); // whole lines, in this order, split at '|'
 
         // Max Müller of the sample store: person first, "Herrn" on the name line and no blank
         // line, so that the whole block, city included, fits its seven lines.
-        QTest::newRow("letter") << QStringLiteral("Bsp-Brief")
-                                << QStringList{"Herrn Max Müller",
-                                               "Muster AG",
-                                               "Einkauf",
-                                               "Hauptstraße 1",
-                                               "10115 Berlin",
-                                               "Name:\t<Ihr Name>",
-                                               "Telefon:\t0123 4567-<Ihre Durchwahl>",
-                                               "Sehr geehrter Herr Müller,",
-                                               "Mit freundlichen Grüßen"}
-                                << QStringList{",,"};
-        QTest::newRow("fax") << QStringLiteral("Bsp-FAX")
-                             << QStringList{"TELEFAX",
-                                            "Muster AG",
-                                            "<Ihre Firma>",
-                                            "Einkauf",
-                                            "<Ihre Abteilung>",
-                                            "Herrn Max Müller",
-                                            "<Ihr Name>",
-                                            "+49 30 1234567",
-                                            "<Ihre Durchwahl>",
-                                            "+49 30 1234568",
-                                            "<Ihre FAX-Nummer>",
-                                            "Sehr geehrter Herr Müller,",
-                                            "Mit freundlichen Grüßen"}
-                             << QStringList{",,"};
+        QTest::newRow("letter") << "Bsp-Brief"
+                                << "Herrn Max Müller|Muster AG|Einkauf|Hauptstraße 1|10115 Berlin|"
+                                   "Name:\t<Ihr Name>|Telefon:\t0123 4567-<Ihre Durchwahl>|"
+                                   "Sehr geehrter Herr Müller,|Mit freundlichen Grüßen";
+        QTest::newRow("fax") << "Bsp-FAX"
+                             << "TELEFAX|Muster AG|<Ihre Firma>|Einkauf|<Ihre Abteilung>|Herrn "
+                                "Max Müller|<Ihr Name>|+49 30 1234567|<Ihre Durchwahl>|+49 30 "
+                                "1234568|<Ihre FAX-Nummer>|Sehr geehrter Herr Müller,|Mit "
+                                "freundlichen Grüßen";
     }
 
     void sampleTemplateReadsRight()
     {
         QFETCH(QString, templateName);
-        QFETCH(QStringList, inOrder);
-        QFETCH(QStringList, absent);
+        QFETCH(QString, inOrder);
 
         TestEnvironment env;
         const QString out = env.root() + QStringLiteral("/out");
@@ -107,23 +83,17 @@ private Q_SLOTS:
                               "ja", "--leerzeile-vor-ort", "nein", "--ausgabe", out});
         QCOMPARE(r.exitCode, 0);
         QCOMPARE(r.err, QString());
-        const QString docx = r.out.trimmed();
-        QVERIFY(QFileInfo::exists(docx));
 
-        const QStringList lines = asText(docx, env.root() + QStringLiteral("/text"));
+        const QStringList lines = asText(r.out.trimmed(), env.root() + QStringLiteral("/text"));
         QVERIFY(!lines.isEmpty());
         qsizetype at = 0;
-        for (const QString& expected : inOrder) {
+        for (const QString& expected : inOrder.split(u'|')) {
             const qsizetype found = lines.indexOf(expected, at);
-            QVERIFY2(found >= 0, qPrintable(QStringLiteral("'%1' not found in order after line "
-                                                           "%2:\n%3")
-                                                .arg(expected)
-                                                .arg(at)
-                                                .arg(lines.join(u'\n'))));
+            QVERIFY2(found >= 0, qPrintable(expected + " not in order in:\n" + lines.join(u'\n')));
             at = found + 1;
         }
-        for (const QString& text : absent)
-            QVERIFY2(!lines.join(u'\n').contains(text), qPrintable(text));
+        // No doubled comma, e.g. the salutation's own beside one in the template.
+        QVERIFY2(!lines.join(u'\n').contains(QStringLiteral(",,")), qPrintable(lines.join(u'\n')));
     }
 };
 

@@ -14,33 +14,21 @@ class TstCliPublicFolders : public QObject
 {
     Q_OBJECT
 
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<QTemporaryDir> m_dir;
+    TestEnvironment m_env;
+    QTemporaryDir m_dir;
     carddavtest::Radicale m_radicale;
     std::unique_ptr<QTemporaryDir> m_cache;
-
-    static QByteArray card(const QByteArray& uid, const QByteArray& last)
-    {
-        return "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:" + uid + "\r\nFN:Eva " + last + "\r\nN:" + last +
-               ";Eva;;;\r\nEND:VCARD\r\n";
-    }
 
 private slots:
     void initTestCase()
     {
-        m_env = std::make_unique<TestEnvironment>();
-        m_dir = std::make_unique<QTemporaryDir>();
-        QVERIFY(m_radicale.start(m_dir->path() + QStringLiteral("/radicale")));
-        m_radicale.makeBook(QStringLiteral("vg"), QStringLiteral("VG-Kontakte"));
-        QCOMPARE(
-            carddavtest::http(
-                "PUT",
-                m_radicale.bookUrl(QStringLiteral("vg")).resolved(QUrl(QStringLiteral("m.vcf"))),
-                card("m", "Müller")),
-            201);
-        writeFile(m_dir->path() + QStringLiteral("/share/VG-Kontakte/m.vcf"), card("m", "Müller"));
-        writeFile(m_dir->path() + QStringLiteral("/richtig"), "geheim\n");
-        writeFile(m_dir->path() + QStringLiteral("/falsch"), "falsch\n");
+        const QByteArray card = "BEGIN:VCARD\r\nVERSION:3.0\r\nUID:m\r\nFN:Eva Müller\r\nN:Müller;"
+                                "Eva;;;\r\nEND:VCARD\r\n";
+        QVERIFY(m_radicale.start(m_dir.path() + QStringLiteral("/radicale")));
+        writeFile(m_radicale.makeBook("vg", "VG-Kontakte") + "/m.vcf", card);
+        writeFile(m_dir.path() + QStringLiteral("/share/VG-Kontakte/m.vcf"), card);
+        writeFile(m_dir.path() + QStringLiteral("/richtig"), "geheim\n");
+        writeFile(m_dir.path() + QStringLiteral("/falsch"), "falsch\n");
     }
 
     void search_data()
@@ -51,11 +39,9 @@ private slots:
         QTest::addColumn<int>("exitCode");
         QTest::addColumn<QString>("out");
         QTest::addColumn<QString>("err");
-        const QString server =
-            m_radicale.base().replace(QStringLiteral("://"), QStringLiteral("://anna@")) +
-            QStringLiteral("/");
-        const QString share = m_dir->path() + QStringLiteral("/share");
-        QTest::newRow("folder tree") << share << QString() << true << 0 << "Müller"
+        const QString server = m_radicale.base().replace("://", "://anna@") + u'/';
+        const QString share = m_dir.path() + QStringLiteral("/share");
+        QTest::newRow("folder tree") << share << "" << true << 0 << "Müller"
                                      << "";
         QTest::newRow("CardDAV, password file") << server << "richtig" << true << 0 << "Müller"
                                                 << "";
@@ -63,15 +49,15 @@ private slots:
         QTest::newRow("CardDAV, wrong password, cached")
             << server << "falsch" << false << 0 << "Müller"
             << "Anmeldung";
-        QTest::newRow("CardDAV, no password, cached")
-            << server << QString() << false << 0 << "Müller"
-            << "veraltet";
+        QTest::newRow("CardDAV, no password, cached") << server << "" << false << 0 << "Müller"
+                                                      << "veraltet";
         QTest::newRow("CardDAV, wrong password, nothing cached")
             << server << "falsch" << true << 3 << ""
             << "Anmeldung";
         QTest::newRow("CardDAV, unreadable password file") << server << "fehlt" << true << 1 << ""
                                                            << "Kennwortdatei";
     }
+
     void search()
     {
         QFETCH(QString, publicFolders);
@@ -84,12 +70,10 @@ private slots:
             m_cache = std::make_unique<QTemporaryDir>();
             qputenv("XDG_CACHE_HOME", QFile::encodeName(m_cache->path()));
         }
-        writeSettings({{QStringLiteral("PublicFoldersPath"), publicFolders}});
-        QStringList args = {QStringLiteral("--ordner"), QStringLiteral("VG-Kontakte"),
-                            QStringLiteral("--nachname"), QStringLiteral("Müller"),
-                            QStringLiteral("--liste")};
+        writeSettings({{"PublicFoldersPath", publicFolders}});
+        QStringList args{"--ordner", "VG-Kontakte", "--nachname", "Müller", "--liste"};
         if (!passwordFile.isEmpty())
-            args << QStringLiteral("--passwort-datei") << m_dir->path() + u'/' + passwordFile;
+            args << "--passwort-datei" << m_dir.path() + u'/' + passwordFile;
         const Result r = run(args);
         QVERIFY(r.finished);
         QCOMPARE(r.exitCode, exitCode);

@@ -1,32 +1,25 @@
 #pragma once
 
 // A file or folder nobody may read while the object lives; the owner's rights come back
-// afterwards so that the temporary folder can be removed. Root reads anyway: tests ask
-// rootReadsAnyway() and skip.
+// afterwards so that the temporary folder can be removed. Root reads anyway: such tests skip.
 
 #include <QFile>
 #include <QFileInfo>
 #include <unistd.h>
 
-class LockedPath
-{
-public:
-    explicit LockedPath(const QString& path) : m_path(path), m_isDir(QFileInfo(path).isDir())
+struct LockedPath {
+    explicit LockedPath(const QString& path) : path(path), isDir(QFileInfo(path).isDir())
     {
-        QFile(m_path).setPermissions(QFileDevice::Permissions());
+        QFile(path).setPermissions(QFileDevice::Permissions());
     }
     ~LockedPath()
     {
-        QFile(m_path).setPermissions(
-            QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-            (m_isDir ? QFileDevice::ExeOwner : QFileDevice::Permissions()));
+        QFile(path).setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                   (isDir ? QFileDevice::ExeOwner : QFileDevice::Permissions()));
     }
     LockedPath(const LockedPath&) = delete;
-    LockedPath& operator=(const LockedPath&) = delete;
-
     static bool rootReadsAnyway() { return ::geteuid() == 0; }
 
-private:
-    QString m_path;
-    bool m_isDir;
+    const QString path;
+    const bool isDir;
 };

@@ -422,6 +422,9 @@ private slots:
         row("Google labelled spouse",
             "item2.X-ABRELATEDNAMES:Jenny\r\nitem2.X-ABLabel:_$!<Spouse>!$_", "Spouse", "Jo",
             "item2.X-ABRELATEDNAMES:Jo");
+        row("Outlook office cleared: its ADR slot empties",
+            "X-MS-OL-DESIGN:x\r\nADR;TYPE=WORK:;Raum 4;Weg 1;;;;", "OfficeLocation", QString(),
+            "ADR;TYPE=WORK:;;Weg 1;;;;");
         row("WAB gender keeps its numbers", "X-WAB-GENDER:2", "Gender", 1, "X-WAB-GENDER:1");
         row("Evolution office in ORG.3", "ORG:IBM;Accounting;Dungeon", "OfficeLocation", "Tower",
             "ORG:IBM;Accounting;Tower");
@@ -508,6 +511,16 @@ private slots:
         ContactItem item = itemFrom("FN:x\r\n", qPrintable(version));
         for (const ContactUserProperty& p : props)
             item.setUserProperty(p);
+        // Each becomes one line of our own, its name and type as parameters.
+        const QString out = QString::fromUtf8(VCardWriter::write(item.card()).replace("\r\n ", ""));
+        for (const char* line :
+             {"X-ZETTELWERK-USERPROP-FIRMA-2;X-ZETTELWERK-NAME=\"Firma 2\";X-ZETTELWERK-TYPE=text:"
+              "Muster AG\\, Werk Süd\\; Halle 3",
+              "X-ZETTELWERK-USERPROP-ZUSTAENDIGE-ABTEILUNGEN;X-ZETTELWERK-NAME=\"Zuständige "
+              "Abteilungen\";X-ZETTELWERK-TYPE=keywords:Einkauf,Vertrieb\\, Nord",
+              "X-ZETTELWERK-USERPROP-MESSEEINLADUNG;X-ZETTELWERK-NAME=Messeeinladung;"
+              "X-ZETTELWERK-TYPE=yesno:TRUE"})
+            QVERIFY2(out.contains("\r\n" + QString::fromUtf8(line) + "\r\n"), line);
         const ContactItem back = writtenAndRead(item);
         QCOMPARE(back.userPropertyNames().size(), props.size());
         for (const ContactUserProperty& p : props) {
@@ -526,27 +539,9 @@ private slots:
         ContactItem removed = back;
         QVERIFY(removed.removeUserProperty(u"firma 2"));
         QVERIFY(!writtenAndRead(removed).hasUserProperty(u"Firma 2"));
-    }
-
-    void userPropertyLines()
-    {
-        ContactItem item;
-        item.setUserProperty({"Firma 2", T::Text, "Muster AG, Werk Süd", {}});
-        item.setUserProperty(
-            {"Zuständige Abteilungen", T::Keywords, QStringList{"Einkauf", "Vertrieb"}, {}});
-        item.setUserProperty({"Messeeinladung", T::YesNo, true, {}});
-        const QString out = QString::fromUtf8(VCardWriter::write(item.card()).replace("\r\n ", ""));
-        for (const char* line :
-             {"X-ZETTELWERK-USERPROP-FIRMA-2;X-ZETTELWERK-NAME=\"Firma 2\";X-ZETTELWERK-TYPE=text:"
-              "Muster AG\\, Werk Süd",
-              "X-ZETTELWERK-USERPROP-ZUSTAENDIGE-ABTEILUNGEN;X-ZETTELWERK-NAME=\"Zuständige "
-              "Abteilungen\";X-ZETTELWERK-TYPE=keywords:Einkauf,Vertrieb",
-              "X-ZETTELWERK-USERPROP-MESSEEINLADUNG;X-ZETTELWERK-NAME=Messeeinladung;"
-              "X-ZETTELWERK-TYPE=yesno:TRUE"})
-            QVERIFY2(out.contains("\r\n" + QString::fromUtf8(line) + "\r\n"), line);
-        // Changing a value rewrites the same line.
+        // Changing a value under another case rewrites the same line.
         item.setUserProperty({"messeeinladung", T::YesNo, false, {}});
-        QCOMPARE(item.userPropertyNames().filter(u"messeeinladung", Qt::CaseInsensitive).size(), 1);
+        QCOMPARE(item.userPropertyNames().size(), props.size());
         QCOMPARE(item.userProperty(u"Messeeinladung")->value, QVariant(false));
     }
 

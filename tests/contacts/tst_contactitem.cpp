@@ -360,7 +360,7 @@ private slots:
     {
         QFETCH(QString, version);
         ContactItem item = itemFrom("", qPrintable(version));
-        QHash<QString, QVariant> set;
+        QMap<QString, QVariant> set; // cleared below in a fixed order
         int n = 0;
         for (const QString& name : ContactItem::propertyNames()) {
             if (name == u"EntryID" || name == u"MessageClass")
@@ -425,6 +425,9 @@ private slots:
         row("Outlook office cleared: its ADR slot empties",
             "X-MS-OL-DESIGN:x\r\nADR;TYPE=WORK:;Raum 4;Weg 1;;;;", "OfficeLocation", QString(),
             "ADR;TYPE=WORK:;;Weg 1;;;;");
+        row("first business phone cleared: an empty line keeps the second second",
+            "TEL;TYPE=WORK:1\r\nTEL;TYPE=WORK:2", "BusinessTelephoneNumber", QString(),
+            "TEL;TYPE=WORK:\r\nTEL;TYPE=WORK:2");
         row("WAB gender keeps its numbers", "X-WAB-GENDER:2", "Gender", 1, "X-WAB-GENDER:1");
         row("Evolution office in ORG.3", "ORG:IBM;Accounting;Dungeon", "OfficeLocation", "Tower",
             "ORG:IBM;Accounting;Tower");

@@ -428,6 +428,8 @@ private slots:
         row("first business phone cleared: an empty line keeps the second second",
             "TEL;TYPE=WORK:1\r\nTEL;TYPE=WORK:2", "BusinessTelephoneNumber", QString(),
             "TEL;TYPE=WORK:\r\nTEL;TYPE=WORK:2");
+        row("Outlook's positional user field cleared keeps its slot",
+            "X-MS-TEXT:eins\r\nX-MS-TEXT:zwei", "User1", QString(), "X-MS-TEXT:\r\nX-MS-TEXT:zwei");
         row("WAB gender keeps its numbers", "X-WAB-GENDER:2", "Gender", 1, "X-WAB-GENDER:1");
         row("Evolution office in ORG.3", "ORG:IBM;Accounting;Dungeon", "OfficeLocation", "Tower",
             "ORG:IBM;Accounting;Tower");

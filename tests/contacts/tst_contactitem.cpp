@@ -430,6 +430,11 @@ private slots:
             "TEL;TYPE=WORK:\r\nTEL;TYPE=WORK:2");
         row("Outlook's positional user field cleared keeps its slot",
             "X-MS-TEXT:eins\r\nX-MS-TEXT:zwei", "User1", QString(), "X-MS-TEXT:\r\nX-MS-TEXT:zwei");
+        row("Evolution office cleared: only ORG.3 empties", "ORG:IBM;Accounting;Dungeon",
+            "OfficeLocation", QString(), "ORG:IBM;Accounting;");
+        row("office cleared on a card not from Outlook: the c/o line stays",
+            "ADR;TYPE=WORK:;c/o Meier;Weg 1;;;;", "OfficeLocation", QString(),
+            "ADR;TYPE=WORK:;c/o Meier;Weg 1;;;;");
         row("WAB gender keeps its numbers", "X-WAB-GENDER:2", "Gender", 1, "X-WAB-GENDER:1");
         row("Evolution office in ORG.3", "ORG:IBM;Accounting;Dungeon", "OfficeLocation", "Tower",
             "ORG:IBM;Accounting;Tower");

@@ -614,23 +614,21 @@ private slots:
         // personal order, two name lines, no blank line.
         QTest::addColumn<QString>("requests");
         QTest::addColumn<QString>("results");
-        QTest::newRow("fresh object: a later line has no cursor")
-            << "A:3|A:4"
-            << "Unknown field: ''|Unknown field: ''";
-        QTest::newRow("line 1 again starts again") << "A:1|A:1|A:2"
-                                                   << "Herr|Herr|Hans Berger";
-        QTest::newRow("only the order of requests counts") << "A:1|A:5|A:0"
-                                                           << "Herr|Hans Berger|Muster GmbH";
-        QTest::newRow("12 counts as line 1") << "A:1|A:2|A:12"
-                                             << "Herr|Hans Berger|Herr";
-        QTest::newRow("not reset between contacts") << "A:1|A:2|B:3|B:4"
-                                                    << "Herr|Hans Berger|Muster GmbH|Werk Süd";
-        QTest::newRow("after the end every line is empty until line 1")
-            << "A:1|A:2|A:3|A:4|A:5|A:6|A:9|B:1"
-            << "Herr|Hans Berger|Muster GmbH|Hauptstr. 1|80331 München|||Herr Dr.";
-        QTest::newRow("other fields leave the cursor alone")
-            << "A:1|A:Anrede+Name|A:PLZ+Ort ausgewählte Adresse|A:2"
-            << "Herr|Herr Hans Berger|80331 München|Hans Berger";
+        auto row = [](const char* tag, const char* requests, const char* results) {
+            QTest::newRow(tag) << requests << results;
+        };
+        row("fresh object: a later line has no cursor", "A:3|A:4",
+            "Unknown field: ''|Unknown field: ''");
+        row("line 1 again starts again", "A:1|A:1|A:2", "Herr|Herr|Hans Berger");
+        row("only the order of requests counts", "A:1|A:5|A:0", "Herr|Hans Berger|Muster GmbH");
+        row("12 counts as line 1", "A:1|A:2|A:12", "Herr|Hans Berger|Herr");
+        row("not reset between contacts", "A:1|A:2|B:3|B:4",
+            "Herr|Hans Berger|Muster GmbH|Werk Süd");
+        row("after the end every line is empty until line 1", "A:1|A:2|A:3|A:4|A:5|A:6|A:9|B:1",
+            "Herr|Hans Berger|Muster GmbH|Hauptstr. 1|80331 München|||Herr Dr.");
+        row("other fields leave the cursor alone",
+            "A:1|A:Anrede+Name|A:PLZ+Ort ausgewählte Adresse|A:2",
+            "Herr|Herr Hans Berger|80331 München|Hans Berger");
     }
     void cursor()
     {

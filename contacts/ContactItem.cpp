@@ -1191,6 +1191,14 @@ bool ContactItem::setValue(QStringView propertyName, const QVariant& v)
                     }
                     if (!sourceMatches(m_card, props[i], s))
                         continue;
+                    if (s.position > 0) {
+                        // Only the n-th line of that name is ours; the others hold other fields.
+                        int seen = 0;
+                        for (int j = 0; j <= i; ++j)
+                            seen += sourceMatches(m_card, props[j], s) ? 1 : 0;
+                        if (seen != s.position)
+                            continue;
+                    }
                     if (s.component >= 0)
                         props[i].setComponent(s.component, QString());
                     else if (s.name == "X-MS-TEXT")

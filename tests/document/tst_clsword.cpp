@@ -50,11 +50,10 @@ class TstClsWord : public WordTestFixture
 
 private:
     // A letter with bookmark B around "alt" in its second paragraph.
-    QString letterTemplate(const std::string& settings = std::string())
+    QString letterTemplate()
     {
         Template t;
         t.body = para(run("Kopf")) + para(start(1, "B") + run("alt") + end(1));
-        t.settings = settings;
         return writeTemplate(t);
     }
 

@@ -224,6 +224,10 @@ private slots:
             {"fettXnormal"}, "X", isBold, 1);
         row("collapsed at paragraph start takes the following run",
             para(start(1, "B") + end(1) + run("normal")), {"B=X"}, {"Xnormal"}, "X", isBold, 0);
+        row("collapsed at paragraph start takes the next run past other markup",
+            para(start(1, "B") + end(1) + "<w:proofErr w:type=\"spellStart\"/>" +
+                 run("fett", bold)),
+            {"B=X"}, {"Xfett"}, "X", isBold, 1);
         row("empty paragraph takes the paragraph mark's formatting",
             para(start(1, "B") + end(1), "<w:pPr><w:rPr><w:b/></w:rPr></w:pPr>"), {"B=X"}, {"X"},
             "X", isBold, 1);
@@ -634,6 +638,12 @@ private slots:
         QCOMPARE(errorOf([&] { document->bookmarkName(0); }).number(), DocumentError::NoSuchItem);
         QCOMPARE(errorOf([&] { document->goToBookmark("Fehlt"); }).number(),
                  DocumentError::BookmarkMissing);
+        const ZwError unsaved =
+            errorOf([&] { document->save(m_dir->filePath(QStringLiteral("fehlt/auch"))); });
+        QCOMPARE(unsaved.number(), DocumentError::SaveFailed);
+        QVERIFY2(unsaved.description().contains(QLatin1String("existiert nicht")),
+                 qPrintable(unsaved.description()));
+        QVERIFY(document->savedPath().isEmpty());
         m_engine->quit(false);
         QVERIFY(document->isClosed());
         QCOMPARE(errorOf([&] { document->typeText("x"); }).number(), DocumentError::ObjectDeleted);
@@ -646,6 +656,8 @@ private slots:
         Template t;
         t.body = para(start(1, "Alt") + end(1));
         const QString path = writeTemplate(t);
+        QCOMPARE(m_engine->addDocument(path)->bookmarkName(1), QStringLiteral("Alt"));
+        writeTemplate(t); // the same size, a newer time
         QCOMPARE(m_engine->addDocument(path)->bookmarkName(1), QStringLiteral("Alt"));
         t.body = para(start(1, "Neu") + end(1) + start(2, "Zwei") + end(2));
         writeTemplate(t);

@@ -31,17 +31,25 @@ inline const char* const documentType =
 
 using Entries = std::vector<std::pair<std::string, std::string>>;
 
+inline const char* const xmlDeclaration =
+    "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n";
+
 inline std::string documentXml(const std::string& body)
 {
-    return std::string("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
-                       "<w:document ") +
-           wNs + "><w:body>" + body + "<w:sectPr/></w:body></w:document>";
+    return std::string(xmlDeclaration) + "<w:document " + wNs + "><w:body>" + body +
+           "<w:sectPr/></w:body></w:document>";
 }
 
 inline std::string partXml(const char* root, const std::string& body)
 {
-    return std::string("<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n<") +
-           root + " " + wNs + ">" + body + "</" + root + ">";
+    return std::string(xmlDeclaration) + "<" + root + " " + wNs + ">" + body + "</" + root + ">";
+}
+
+inline std::string relationshipsXml(const std::string& relationships)
+{
+    return std::string(xmlDeclaration) +
+           R"(<Relationships xmlns="http://schemas.openxmlformats.org/package/2006/relationships">)" +
+           relationships + "</Relationships>";
 }
 
 struct Template {
@@ -54,74 +62,58 @@ struct Template {
     Entries extra;
 };
 
+// The package in this order: content types, package relationships, word/document.xml, its
+// relationships, then settings, header, footer, macro parts and t.extra.
 inline Entries entriesOf(const Template& t)
 {
+    const std::string officeRel =
+        "http://schemas.openxmlformats.org/officeDocument/2006/relationships/";
+    const std::string wml = "application/vnd.openxmlformats-officedocument.wordprocessingml.";
     std::string types =
-        "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
-        "<Types xmlns=\"http://schemas.openxmlformats.org/package/2006/content-types\">"
-        "<Default Extension=\"rels\" "
-        "ContentType=\"application/vnd.openxmlformats-package.relationships+xml\"/>"
-        "<Default Extension=\"xml\" ContentType=\"application/xml\"/>";
-    if (t.macros)
-        types += "<Default Extension=\"bin\" ContentType=\"application/vnd.ms-office.vbaProject\"/>"
-                 "<Override PartName=\"/word/vbaData.xml\" "
-                 "ContentType=\"application/vnd.ms-word.vbaData+xml\"/>";
-    types += std::string("<Override PartName=\"/word/document.xml\" ContentType=\"") + t.mainType +
-             "\"/><Override PartName=\"/word/settings.xml\" "
-             "ContentType=\"application/vnd.openxmlformats-officedocument.wordprocessingml."
-             "settings+xml\"/>";
-    std::string rels = "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
-                       "<Relationships "
-                       "xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\">"
-                       "<Relationship Id=\"rIdS\" Type=\"http://schemas.openxmlformats.org/"
-                       "officeDocument/2006/relationships/settings\" Target=\"settings.xml\"/>";
-    if (!t.header.empty()) {
-        types += "<Override PartName=\"/word/header1.xml\" ContentType=\"application/"
-                 "vnd.openxmlformats-officedocument.wordprocessingml.header+xml\"/>";
-        rels += "<Relationship Id=\"rIdH\" Type=\"http://schemas.openxmlformats.org/"
-                "officeDocument/2006/relationships/header\" Target=\"header1.xml\"/>";
+        std::string(xmlDeclaration) +
+        R"(<Types xmlns="http://schemas.openxmlformats.org/package/2006/content-types">)"
+        R"(<Default Extension="rels" ContentType="application/vnd.openxmlformats-package.relationships+xml"/>)"
+        R"(<Default Extension="xml" ContentType="application/xml"/>)";
+    std::string rels;
+    Entries parts;
+    // A part under word/, with a content type and a relationship from the main part if given.
+    auto add = [&](const std::string& name, const std::string& type, const std::string& relType,
+                   const std::string& data) {
+        if (!type.empty())
+            types += "<Override PartName=\"/word/" + name + "\" ContentType=\"" + type + "\"/>";
+        if (!relType.empty())
+            rels += "<Relationship Id=\"rId" + std::to_string(parts.size() + 2) + "\" Type=\"" +
+                    relType + "\" Target=\"" + name + "\"/>";
+        parts.push_back({"word/" + name, data});
+    };
+    add("settings.xml", wml + "settings+xml", officeRel + "settings",
+        partXml("w:settings", t.settings));
+    if (!t.header.empty())
+        add("header1.xml", wml + "header+xml", officeRel + "header", partXml("w:hdr", t.header));
+    if (!t.footer.empty())
+        add("footer1.xml", wml + "footer+xml", officeRel + "footer", partXml("w:ftr", t.footer));
+    if (t.macros) {
+        types += R"(<Default Extension="bin" ContentType="application/vnd.ms-office.vbaProject"/>)";
+        add("vbaProject.bin", "",
+            "http://schemas.microsoft.com/office/2006/relationships/vbaProject",
+            std::string("\xD0\xCF\x11\xE0 macro code", 15));
+        add("_rels/vbaProject.bin.rels", "", "",
+            relationshipsXml(
+                R"(<Relationship Id="rId1" Type="http://schemas.microsoft.com/office/2006/relationships/wordVbaData" Target="vbaData.xml"/>)"));
+        add("vbaData.xml", "application/vnd.ms-word.vbaData+xml", "",
+            R"(<?xml version="1.0"?><wne:vbaSuppData xmlns:wne="http://schemas.microsoft.com/office/word/2006/wordml"/>)");
     }
-    if (!t.footer.empty()) {
-        types += "<Override PartName=\"/word/footer1.xml\" ContentType=\"application/"
-                 "vnd.openxmlformats-officedocument.wordprocessingml.footer+xml\"/>";
-        rels += "<Relationship Id=\"rIdF\" Type=\"http://schemas.openxmlformats.org/"
-                "officeDocument/2006/relationships/footer\" Target=\"footer1.xml\"/>";
-    }
-    if (t.macros)
-        rels += "<Relationship Id=\"rIdV\" Type=\"http://schemas.microsoft.com/office/2006/"
-                "relationships/vbaProject\" Target=\"vbaProject.bin\"/>";
-    types += "</Types>";
-    rels += "</Relationships>";
-
+    types += "<Override PartName=\"/word/document.xml\" ContentType=\"" + std::string(t.mainType) +
+             "\"/></Types>";
     Entries entries = {
         {"[Content_Types].xml", types},
-        {"_rels/.rels",
-         "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n<Relationships "
-         "xmlns=\"http://schemas.openxmlformats.org/package/2006/relationships\"><Relationship "
-         "Id=\"rId1\" Type=\"http://schemas.openxmlformats.org/officeDocument/2006/"
-         "relationships/officeDocument\" Target=\"word/document.xml\"/></Relationships>"},
+        {"_rels/.rels", relationshipsXml("<Relationship Id=\"rId1\" Type=\"" + officeRel +
+                                         "officeDocument\" Target=\"word/document.xml\"/>")},
         {"word/document.xml", documentXml(t.body)},
-        {"word/_rels/document.xml.rels", rels},
-        {"word/settings.xml", partXml("w:settings", t.settings)},
+        {"word/_rels/document.xml.rels", relationshipsXml(rels)},
     };
-    if (!t.header.empty())
-        entries.push_back({"word/header1.xml", partXml("w:hdr", t.header)});
-    if (!t.footer.empty())
-        entries.push_back({"word/footer1.xml", partXml("w:ftr", t.footer)});
-    if (t.macros) {
-        entries.push_back({"word/vbaProject.bin", std::string("\xD0\xCF\x11\xE0 macro code", 15)});
-        entries.push_back({"word/_rels/vbaProject.bin.rels",
-                           "<?xml version=\"1.0\" encoding=\"UTF-8\" standalone=\"yes\"?>\r\n"
-                           "<Relationships xmlns=\"http://schemas.openxmlformats.org/package/2006/"
-                           "relationships\"><Relationship Id=\"rId1\" Type=\"http://schemas."
-                           "microsoft.com/office/2006/relationships/wordVbaData\" "
-                           "Target=\"vbaData.xml\"/></Relationships>"});
-        entries.push_back({"word/vbaData.xml", "<?xml version=\"1.0\"?><wne:vbaSuppData "
-                                               "xmlns:wne=\"http://schemas.microsoft.com/office/"
-                                               "word/2006/wordml\"/>"});
-    }
-    for (const auto& e : t.extra)
-        entries.push_back(e);
+    entries.insert(entries.end(), parts.begin(), parts.end());
+    entries.insert(entries.end(), t.extra.begin(), t.extra.end());
     return entries;
 }
 
@@ -239,6 +231,22 @@ inline QString bookmarkTextFrom(pugi::xml_node start)
         else if (nodeName == "w:tab")
             text += QLatin1Char('\t');
     }
+}
+
+// What a bookmark holds in whichever part under word/ it lies; "<missing>" in none.
+inline QString bookmarkTextInAnyPart(const std::map<std::string, std::string>& entries,
+                                     const char* name)
+{
+    for (const auto& [part, text] : entries) {
+        pugi::xml_document dom;
+        if (part.rfind("word/", 0) != 0 ||
+            !dom.load_string(text.c_str(), pugi::parse_default | pugi::parse_ws_pcdata_single))
+            continue;
+        const QString inside = bookmarkText(dom, name);
+        if (inside != QLatin1String("<missing>"))
+            return inside;
+    }
+    return QStringLiteral("<missing>");
 }
 
 } // namespace OoxmlTestPackage

@@ -2,6 +2,7 @@
 
 // Pieces of WordprocessingML body text, for templates the tests write themselves.
 
+#include <initializer_list>
 #include <string>
 
 namespace WordXml
@@ -28,16 +29,35 @@ inline std::string para(const std::string& content, const std::string& pPr = std
 }
 
 // Word writes a text box twice: for current readers and as VML for older ones.
-inline std::string textBox(const std::string& content)
+inline std::string textBoxRun(const std::string& content)
 {
-    return "<w:p><w:r><mc:AlternateContent><mc:Choice Requires=\"wps\"><w:drawing><wps:wsp>"
-           "<wps:txbx><w:txbxContent>" +
+    return "<w:r><mc:AlternateContent><mc:Choice Requires=\"wps\"><w:drawing><wps:wsp><wps:txbx>"
+           "<w:txbxContent>" +
            content +
            "</w:txbxContent></wps:txbx></wps:wsp></w:drawing></mc:Choice><mc:Fallback><w:pict>"
            "<v:shape><v:textbox><w:txbxContent>" +
            content +
-           "</w:txbxContent></v:textbox></v:shape></w:pict></mc:Fallback></mc:AlternateContent>"
-           "</w:r></w:p>";
+           "</w:txbxContent></v:textbox></v:shape></w:pict></mc:Fallback></mc:AlternateContent></"
+           "w:r>";
+}
+
+inline std::string textBox(const std::string& content)
+{
+    return para(textBoxRun(content));
+}
+
+inline std::string field(const char* type)
+{
+    return std::string("<w:r><w:fldChar w:fldCharType=\"") + type + "\"/></w:r>";
+}
+
+// A table of one row with the given cells.
+inline std::string tableRow(std::initializer_list<std::string> cells)
+{
+    std::string row = "<w:tbl><w:tblPr/><w:tblGrid><w:gridCol/><w:gridCol/></w:tblGrid><w:tr>";
+    for (const std::string& cell : cells)
+        row += "<w:tc><w:tcPr><w:tcW w:w=\"2000\" w:type=\"dxa\"/></w:tcPr>" + cell + "</w:tc>";
+    return row + "</w:tr></w:tbl>";
 }
 
 } // namespace WordXml

@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -14,14 +16,10 @@ struct Store {
     ClsRegistry reg;
     Store()
     {
-        reg.setCompany(QStringLiteral("KVAR"));
-        reg.setKey(QStringLiteral("Software\\KVAR\\Zettelwerk"));
+        reg.setCompany(u"KVAR"_s);
+        reg.setKey(u"Software\\KVAR\\Zettelwerk"_s);
     }
-    QString get(const QString& name)
-    {
-        QString v;
-        return reg.GetString(name, v) ? v : QStringLiteral("<fehlt>");
-    }
+    QString get(const QString& name) { return reg.GetOptString(name, u"<fehlt>"_s); }
     void set(const QString& name, const QString& value) { QVERIFY(reg.SetString(name, value)); }
 };
 
@@ -39,43 +37,7 @@ class TstSettings : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void firstStartShowsMessageAndLoadsDefaults()
-    {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        AppGlobals g;
-        QVERIFY(GetSettings(g));
-
-        QCOMPARE(script.boxes().size(), 1);
-        const auto box = script.boxes().first();
-        QCOMPARE(box.icon(), Mb::Information);
-        QCOMPARE(
-            box.text,
-            QStringLiteral("Dies ist der erste Start der Anwendung Zettelwerk für den Benutzer ") +
-                VuGetLoginName() +
-                QStringLiteral("\r\n\r\nNach dem ersten Starten sind nur die Standardeinstellungen "
-                               "gesetzt.\r\nBenutzen Sie das Menü 'Extras' um eigene "
-                               "Einstellungen vorzunehmen."));
-        const Settings& s = g.settings;
-        QCOMPARE(s.StartCount, 1);
-        QVERIFY(s.ExitAfterFinished && s.AddEmptyLineBeforeCity && s.AllowResize);
-        QVERIFY(!s.CheckForCurrentContactAtStartup && !s.TitleAndNameOnSameLine && !s.AddNToHerr);
-        QCOMPARE(g.fieldAssignmentList.count(), 3);
-        QVERIFY(g.specialFieldsString.startsWith(QStringLiteral("Von-Firma=<Ihre Firma>|")));
-
-        SaveSettings(g);
-        Store store;
-        QCOMPARE(store.get(QStringLiteral("StartCount")), QStringLiteral("2"));
-        QCOMPARE(store.get(QStringLiteral("DotCount")), QStringLiteral("3"));
-        QCOMPARE(store.get(QStringLiteral("Dot1")), g.fieldAssignmentList.item(1));
-        QCOMPARE(store.get(QStringLiteral("ExitAfterFinished")), QStringLiteral("True"));
-        QCOMPARE(store.get(QStringLiteral("AddNToHerr")), QStringLiteral("False"));
-        QVERIFY(!store.get(QStringLiteral("AppPath")).isEmpty());
-        QCOMPARE(store.get(QStringLiteral("CurrentVersion")), QStringLiteral("1.0.0"));
-    }
-
-    void secondStartReadsBackWhatTheFirstSaved()
+    void firstStartShowsMessageAndSecondReadsBack()
     {
         TestEnvironment env;
         ScriptedUserInterface script;
@@ -83,29 +45,52 @@ private Q_SLOTS:
         {
             AppGlobals g;
             QVERIFY(GetSettings(g));
-            g.settings.OutlookFolder = QStringLiteral("Root\\Persönliche Ordner\\Kontakte");
-            g.settings.AddNToHerr = true;
-            g.settings.ExitAfterFinished = false;
-            g.settings.OutputFolder = QStringLiteral("/srv/briefe");
-            g.settings.PublicFoldersPath = QStringLiteral("/mnt/öffentlich");
-            g.specialFieldsString = QStringLiteral("Von-Name=Erika Muster");
-            g.fieldAssignmentList.remove(QStringLiteral("(leeres Dokument)"));
+            QCOMPARE(script.boxes().size(), 1);
+            QCOMPARE(script.boxes()[0].icon(), Mb::Information);
+            QCOMPARE(script.boxes()[0].text,
+                     u"Dies ist der erste Start der Anwendung Zettelwerk für den Benutzer "_s +
+                         VuGetLoginName() +
+                         u"\r\n\r\nNach dem ersten Starten sind nur die Standardeinstellungen "
+                         "gesetzt.\r\nBenutzen Sie das Menü 'Extras' um eigene "
+                         "Einstellungen vorzunehmen."_s);
+            Settings& s = g.settings;
+            QCOMPARE(s.StartCount, 1);
+            QVERIFY(s.ExitAfterFinished && s.AddEmptyLineBeforeCity && s.AllowResize);
+            QVERIFY(!s.CheckForCurrentContactAtStartup && !s.TitleAndNameOnSameLine &&
+                    !s.AddNToHerr);
+            QCOMPARE(g.fieldAssignmentList.count(), 3);
+            QVERIFY(g.specialFieldsString.startsWith(u"Von-Firma=<Ihre Firma>|"_s));
+
+            s.OutlookFolder = u"Root\\Persönliche Ordner\\Kontakte"_s;
+            s.AddNToHerr = true;
+            s.ExitAfterFinished = false;
+            s.OutputFolder = u"/srv/briefe"_s;
+            s.PublicFoldersPath = u"/mnt/öffentlich"_s;
+            g.specialFieldsString = u"Von-Name=Erika Muster"_s;
+            g.fieldAssignmentList.remove(u"(leeres Dokument)"_s);
             SaveSettings(g);
+            Store store;
+            QCOMPARE(store.get(u"StartCount"_s), u"2"_s);
+            QCOMPARE(store.get(u"DotCount"_s), u"2"_s);
+            QCOMPARE(store.get(u"Dot1"_s), g.fieldAssignmentList.item(1));
+            QCOMPARE(store.get(u"ExitAfterFinished"_s), u"False"_s);
+            QCOMPARE(store.get(u"AddNToHerr"_s), u"True"_s);
+            QVERIFY(!store.get(u"AppPath"_s).isEmpty());
+            QCOMPARE(store.get(u"CurrentVersion"_s), u"1.0.0"_s);
         }
         AppGlobals g;
         QVERIFY(GetSettings(g));
         QCOMPARE(script.boxes().size(), 1); // no first-start message the second time
         QCOMPARE(g.settings.StartCount, 2);
-        QCOMPARE(g.settings.OutlookFolder, QStringLiteral("Root\\Persönliche Ordner\\Kontakte"));
-        QVERIFY(g.settings.AddNToHerr);
-        QVERIFY(!g.settings.ExitAfterFinished);
-        QCOMPARE(g.settings.OutputFolder, QStringLiteral("/srv/briefe"));
-        QCOMPARE(g.settings.PublicFoldersPath, QStringLiteral("/mnt/öffentlich"));
-        QCOMPARE(g.specialFieldsString, QStringLiteral("Von-Name=Erika Muster"));
+        QCOMPARE(g.settings.OutlookFolder, u"Root\\Persönliche Ordner\\Kontakte"_s);
+        QVERIFY(g.settings.AddNToHerr && !g.settings.ExitAfterFinished);
+        QCOMPARE(g.settings.OutputFolder, u"/srv/briefe"_s);
+        QCOMPARE(g.settings.PublicFoldersPath, u"/mnt/öffentlich"_s);
+        QCOMPARE(g.specialFieldsString, u"Von-Name=Erika Muster"_s);
         QCOMPARE(g.fieldAssignmentList.count(), 2);
-        QVERIFY(!g.fieldAssignmentList.contains(QStringLiteral("(leeres Dokument)")));
+        QVERIFY(!g.fieldAssignmentList.contains(u"(leeres Dokument)"_s));
         SaveSettings(g);
-        QCOMPARE(Store().get(QStringLiteral("StartCount")), QStringLiteral("3"));
+        QCOMPARE(Store().get(u"StartCount"_s), u"3"_s);
     }
 
     void storedTemplateEntries_data()
@@ -132,11 +117,11 @@ private Q_SLOTS:
         ScriptedUserInterface script;
         firstStart(script);
         Store store;
-        store.set(QStringLiteral("DotCount"), dotCount);
+        store.set(u"DotCount"_s, dotCount);
         for (int i = 0; i < stored.size(); ++i)
             if (!stored[i].isEmpty())
-                store.set(QStringLiteral("Dot%1").arg(i + 1), stored[i]);
-        store.reg.DeleteValue(QStringLiteral("SpecialFields"));
+                store.set(u"Dot%1"_s.arg(i + 1), stored[i]);
+        store.reg.DeleteValue(u"SpecialFields"_s);
 
         AppGlobals g;
         QVERIFY(GetSettings(g));
@@ -153,17 +138,17 @@ private Q_SLOTS:
         Store store;
         AppGlobals g;
         QVERIFY(GetSettings(g));
-        store.set(QStringLiteral("DotCount"), QStringLiteral("4"));
+        store.set(u"DotCount"_s, u"4"_s);
         for (int i = 1; i <= 4; ++i)
-            store.set(QStringLiteral("Dot%1").arg(i), QStringLiteral("/t%1.dotx").arg(i));
+            store.set(u"Dot%1"_s.arg(i), u"/t%1.dotx"_s.arg(i));
         g.fieldAssignmentList.clear();
-        g.fieldAssignmentList.add(QStringLiteral("/neu1.dotx"));
-        g.fieldAssignmentList.add(QStringLiteral("/neu2.dotx"));
+        g.fieldAssignmentList.add(u"/neu1.dotx"_s);
+        g.fieldAssignmentList.add(u"/neu2.dotx"_s);
         SaveSettings(g);
-        QCOMPARE(store.get(QStringLiteral("DotCount")), QStringLiteral("2"));
-        QCOMPARE(store.get(QStringLiteral("Dot2")), QStringLiteral("/neu2.dotx"));
-        QCOMPARE(store.get(QStringLiteral("Dot3")), QStringLiteral("<fehlt>"));
-        QCOMPARE(store.get(QStringLiteral("Dot4")), QStringLiteral("<fehlt>"));
+        QCOMPARE(store.get(u"DotCount"_s), u"2"_s);
+        QCOMPARE(store.get(u"Dot2"_s), u"/neu2.dotx"_s);
+        QCOMPARE(store.get(u"Dot3"_s), u"<fehlt>"_s);
+        QCOMPARE(store.get(u"Dot4"_s), u"<fehlt>"_s);
     }
 
     void unreadableNumbersEndTheStart_data()
@@ -191,9 +176,8 @@ private Q_SLOTS:
         AppGlobals g;
         QVERIFY(!GetSettings(g));
         const auto box = script.boxes().last();
-        QVERIFY2(box.text.startsWith(QStringLiteral("Fehler: GetSettings\r\n")),
+        QVERIFY2(box.text.startsWith(u"Fehler: GetSettings\r\n"_s) && box.text.contains(reason),
                  qPrintable(box.text));
-        QVERIFY2(box.text.contains(reason), qPrintable(box.text));
         QCOMPARE(box.icon(), Mb::Question);
     }
 };

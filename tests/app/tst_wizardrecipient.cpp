@@ -42,22 +42,6 @@ QTreeWidget* found(const Session& run)
     return run.get<QTreeWidget>(u"lvwFound"_s);
 }
 
-// Contacts Name0, Name1, ... in files of their own, enough for a search to take a while.
-void writeNumberedContacts(const TestEnvironment& env, int count)
-{
-    for (int i = 0; i < count; ++i)
-        writeCard(env, u"k%1.vcf"_s.arg(i, 3, 10, QLatin1Char('0')), {u"Name%1"_s.arg(i), u"V"_s});
-}
-
-// Searches the whole personal store with hook run at every yield of the search loop.
-void searchAllWhile(Session& run, std::function<void()> hook)
-{
-    run.script.onDoEvents(std::move(hook));
-    run.script.answer(Mb::Ok);
-    searchFolder(run.w(), contactsPath(), QString());
-    run.script.onDoEvents({});
-}
-
 void verifyIdle(const Session& run)
 {
     QVERIFY(!run.get(u"cmdAbort"_s)->isEnabled());
@@ -232,17 +216,19 @@ private Q_SLOTS:
     {
         QFETCH(bool, byClosing);
         Session run(false);
-        writeNumberedContacts(run.env, 60);
+        // Enough contacts in files of their own for the search to take a while.
+        for (int i = 0; i < 60; ++i)
+            writeCard(run.env, u"k%1.vcf"_s.arg(i, 3, 10, QLatin1Char('0')),
+                      {u"Name%1"_s.arg(i), u"V"_s});
         FrmMain* w = run.w();
         auto* abort = run.get(u"cmdAbort"_s);
-        int yieldsWhileSearching = 0;
-        QStringList statuses;
-        searchAllWhile(run, [&] {
+        QStringList statuses; // at every yield of the search loop
+        run.script.onDoEvents([&] {
             if (!abort->isEnabled())
                 return;
             statuses << w->statusText();
             QVERIFY(!run.get(u"cmdSearch"_s)->isEnabled());
-            if (++yieldsWhileSearching != 12)
+            if (statuses.size() != 12)
                 return;
             if (byClosing) {
                 w->close();
@@ -252,6 +238,9 @@ private Q_SLOTS:
                 abort->click();
             }
         });
+        run.script.answer(Mb::Ok);
+        searchFolder(w, contactsPath(), QString());
+        run.script.onDoEvents({});
         QVERIFY2(statuses.contains(u"Suchen..."_s), qPrintable(statuses.join(u'|')));
         const int rows = found(run)->topLevelItemCount();
         QVERIFY2(rows > 0 && rows < 20, qPrintable(QString::number(rows)));

@@ -12,10 +12,12 @@
 #include "tests/support/TestFiles.h"
 #include "util/ClsRegistry.h"
 
+#include <QAction>
 #include <QComboBox>
 #include <QDialog>
 #include <QDir>
 #include <QFile>
+#include <QLabel>
 #include <QLineEdit>
 #include <QListWidget>
 #include <QMap>
@@ -32,6 +34,8 @@
 namespace kit
 {
 
+using namespace Qt::StringLiterals;
+
 template <class T> T* child(QWidget* w, const QString& name)
 {
     T* c = w->findChild<T*>(name);
@@ -42,74 +46,59 @@ template <class T> T* child(QWidget* w, const QString& name)
 
 // One contact as a vCard 3.0 text.
 struct Card {
-    Card(QString last, QString first, QString title = {}, QString company = {}, QString street = {},
-         QString zip = {}, QString city = {}, QString country = QStringLiteral("Deutschland"),
-         QString firma2 = {})
-        : last(std::move(last)), first(std::move(first)), title(std::move(title)),
-          company(std::move(company)), street(std::move(street)), zip(std::move(zip)),
-          city(std::move(city)), country(std::move(country)), firma2(std::move(firma2))
-    {
-    }
-    QString last, first, title, company, street, zip, city, country, firma2;
+    QString last{}, first{}, title{}, company{}, street{}, zip{}, city{};
+    QString country = u"Deutschland"_s;
+    QString firma2{};
     QString toVCard() const
     {
-        QString v = QStringLiteral("BEGIN:VCARD\r\nVERSION:3.0\r\n");
-        v += QStringLiteral("N:%1;%2;;%3;\r\n").arg(last, first, title);
-        v += QStringLiteral("FN:%1\r\n").arg(QString(first + QLatin1Char(' ') + last).trimmed());
+        QString v = u"BEGIN:VCARD\r\nVERSION:3.0\r\nN:%1;%2;;%3;\r\nFN:%4\r\n"_s.arg(
+            last, first, title, QString(first + u' ' + last).trimmed());
         if (!company.isEmpty())
-            v += QStringLiteral("ORG:%1\r\n").arg(company);
+            v += u"ORG:%1\r\n"_s.arg(company);
         if (!street.isEmpty())
-            v += QStringLiteral("ADR;TYPE=WORK:;;%1;%2;;%3;%4\r\n").arg(street, city, zip, country);
+            v += u"ADR;TYPE=WORK:;;%1;%2;;%3;%4\r\n"_s.arg(street, city, zip, country);
         if (!firma2.isEmpty())
-            v += QStringLiteral("X-ZETTELWERK-USERPROP-FIRMA-2;X-ZETTELWERK-NAME=\"Firma 2\";"
-                                "X-ZETTELWERK-TYPE=text:%1\r\n")
-                     .arg(firma2);
-        return v + QStringLiteral("END:VCARD\r\n");
+            v += u"X-ZETTELWERK-USERPROP-FIRMA-2;X-ZETTELWERK-NAME=\"Firma 2\";"
+                 "X-ZETTELWERK-TYPE=text:%1\r\n"_s.arg(firma2);
+        return v + u"END:VCARD\r\n"_s;
     }
 };
 
 // The folder "Root\Persönliche Ordner\Kontakte" of the environment's personal store.
 inline QString contactsDir(const TestEnvironment& env)
 {
-    return env.dataHome() + QStringLiteral("/Zettelwerk/Persönliche Ordner/Kontakte");
+    return env.dataHome() + u"/Zettelwerk/Persönliche Ordner/Kontakte"_s;
 }
 inline QString contactsPath()
 {
-    return QStringLiteral("Root\\Persönliche Ordner\\Kontakte");
+    return u"Root\\Persönliche Ordner\\Kontakte"_s;
+}
+inline void writeCard(const TestEnvironment& env, const QString& file, const Card& card)
+{
+    writeFile(contactsDir(env) + u'/' + file, card.toVCard().toUtf8());
 }
 
 // Four contacts: two Müller (one with a second company line), a company without a
 // person, and a Berger for the address lines.
+inline const Card kBerger{u"Berger"_s,      u"Hans"_s,  u"Herr"_s,   u"Muster GmbH"_s,
+                          u"Hauptstr. 1"_s, u"80331"_s, u"München"_s};
 inline void writeStandardContacts(const TestEnvironment& env)
 {
-    const QString dir = contactsDir(env);
-    writeFile(dir + QStringLiteral("/1-berger.vcf"),
-              Card{QStringLiteral("Berger"), QStringLiteral("Hans"), QStringLiteral("Herr"),
-                   QStringLiteral("Muster GmbH"), QStringLiteral("Hauptstr. 1"),
-                   QStringLiteral("80331"), QStringLiteral("München")}
-                  .toVCard()
-                  .toUtf8());
-    writeFile(dir + QStringLiteral("/2-mueller-anna.vcf"),
-              Card{QStringLiteral("Müller"), QStringLiteral("Anna"), QStringLiteral("Frau"),
-                   QStringLiteral("Alpha AG"), QStringLiteral("Ring 2"), QStringLiteral("10115"),
-                   QStringLiteral("Berlin"), QStringLiteral("Deutschland"),
-                   QStringLiteral("Alpha Logistik")}
-                  .toVCard()
-                  .toUtf8());
-    writeFile(dir + QStringLiteral("/3-stadtwerke.vcf"),
-              QByteArray("BEGIN:VCARD\r\nVERSION:3.0\r\nN:;;;;\r\nFN:Stadtwerke\r\n"
-                         "ORG:Stadtwerke Fürth\r\nEND:VCARD\r\n"));
-    writeFile(dir + QStringLiteral("/4-mueller-otto.vcf"),
-              Card{QStringLiteral("Müller"), QStringLiteral("Otto"), QStringLiteral("Herr")}
-                  .toVCard()
-                  .toUtf8());
+    writeCard(env, u"1-berger.vcf"_s, kBerger);
+    writeCard(env, u"2-mueller-anna.vcf"_s,
+              {u"Müller"_s, u"Anna"_s, u"Frau"_s, u"Alpha AG"_s, u"Ring 2"_s, u"10115"_s,
+               u"Berlin"_s, u"Deutschland"_s, u"Alpha Logistik"_s});
+    writeFile(contactsDir(env) + u"/3-stadtwerke.vcf"_s,
+              "BEGIN:VCARD\r\nVERSION:3.0\r\nN:;;;;\r\nFN:Stadtwerke\r\n"
+              "ORG:Stadtwerke Fürth\r\nEND:VCARD\r\n");
+    writeCard(env, u"4-mueller-otto.vcf"_s, {u"Müller"_s, u"Otto"_s, u"Herr"_s});
 }
 
 // Settings a test wants before the program starts (stored as the program stores them).
 inline void presetSettings(const QVariantMap& values)
 {
     ClsRegistry reg;
-    reg.setKey(QStringLiteral("Software\\KVAR\\Zettelwerk"));
+    reg.setKey(u"Software\\KVAR\\Zettelwerk"_s);
     for (auto it = values.cbegin(); it != values.cend(); ++it) {
         const bool ok = it.value().typeId() == QMetaType::Bool
                             ? reg.SetBool(it.key(), it.value().toBool())
@@ -160,6 +149,25 @@ struct Session {
         s = start(script);
     }
     FrmMain* w() const { return s->w(); }
+    template <class T = QPushButton> T* get(const QString& name) const
+    {
+        return child<T>(w(), name);
+    }
+    QString text(const QString& labelName) const { return get<QLabel>(labelName)->text(); }
+    QStringList texts(const QStringList& labelNames) const
+    {
+        QStringList out;
+        for (const QString& name : labelNames)
+            out << text(name);
+        return out;
+    }
+    void trigger(const QString& action) const { get<QAction>(action)->trigger(); }
+    // Closes the window and starts again in the same home, as on the next day.
+    void restart()
+    {
+        w()->close();
+        s = start(script, false);
+    }
 };
 
 // Marks the program as started once, so the next start shows no first-start message.
@@ -172,9 +180,9 @@ inline void registerOnce(ScriptedUserInterface& script)
 // Types a folder and a last name into step 1 and clicks "Suchen".
 inline void searchFolder(FrmMain* w, const QString& folder, const QString& name)
 {
-    child<QLineEdit>(w, QStringLiteral("txtOutlookFolder"))->setText(folder);
-    child<QComboBox>(w, QStringLiteral("cboSearchName"))->setEditText(name);
-    child<QPushButton>(w, QStringLiteral("cmdSearch"))->click();
+    child<QLineEdit>(w, u"txtOutlookFolder"_s)->setText(folder);
+    child<QComboBox>(w, u"cboSearchName"_s)->setEditText(name);
+    child<QPushButton>(w, u"cmdSearch"_s)->click();
 }
 
 // Makes the row reading text (in column col) the current one.
@@ -198,7 +206,7 @@ inline void selectRow(QTreeWidget* tree, const QString& text, int col = 0)
 inline void chooseHit(FrmMain* w, const QString& lastName, const QString& firstName = {})
 {
     searchFolder(w, contactsPath(), lastName);
-    auto* hits = child<QTreeWidget>(w, QStringLiteral("lvwFound"));
+    auto* hits = child<QTreeWidget>(w, u"lvwFound"_s);
     if (!firstName.isEmpty())
         selectRow(hits, firstName, 2);
     else if (hits->topLevelItemCount() > 0)
@@ -218,52 +226,39 @@ inline QStringList column(QTreeWidget* tree, int col)
 // The text of every bookmark of a saved .docx (main part), read from the zip as it lies.
 inline QMap<QString, QString> bookmarkTexts(const QString& docxPath)
 {
-    QMap<QString, QString> out;
-    int err = 0;
-    zip_t* z = zip_open(QFile::encodeName(docxPath).constData(), ZIP_RDONLY, &err);
-    if (!z)
-        return out;
     QByteArray xml;
-    if (zip_file_t* f = zip_fopen(z, "word/document.xml", 0)) {
-        char buf[8192];
-        zip_int64_t n;
-        while ((n = zip_fread(f, buf, sizeof buf)) > 0)
-            xml.append(buf, qsizetype(n));
-        zip_fclose(f);
-    }
-    zip_close(z);
-    pugi::xml_document doc;
-    if (!doc.load_buffer(xml.constData(), size_t(xml.size()),
-                         pugi::parse_default | pugi::parse_ws_pcdata_single))
-        return out;
-    QMap<QString, QString> openIds; // id -> name
-    struct Walker : pugi::xml_tree_walker {
-        QMap<QString, QString>* open;
-        QMap<QString, QString>* out;
-        bool for_each(pugi::xml_node& n) override
-        {
-            const QString name = QString::fromUtf8(n.name());
-            if (name == QLatin1String("w:bookmarkStart")) {
-                const QString bm = QString::fromUtf8(n.attribute("w:name").value());
-                open->insert(QString::fromUtf8(n.attribute("w:id").value()), bm);
-                out->insert(bm, QString());
-            } else if (name == QLatin1String("w:bookmarkEnd")) {
-                open->remove(QString::fromUtf8(n.attribute("w:id").value()));
-            } else if (name == QLatin1String("w:t")) {
-                for (const QString& bm : *open)
-                    (*out)[bm] += QString::fromUtf8(n.text().get());
-            } else if (name == QLatin1String("w:p") && !open->isEmpty()) {
-                // A paragraph that starts inside a bookmark continues its text on a new line.
-                for (const QString& bm : *open)
-                    if (!(*out)[bm].isEmpty())
-                        (*out)[bm] += QLatin1Char('\n');
-            }
-            return true;
+    int err = 0;
+    if (zip_t* z = zip_open(QFile::encodeName(docxPath).constData(), ZIP_RDONLY, &err)) {
+        if (zip_file_t* f = zip_fopen(z, "word/document.xml", 0)) {
+            char buf[8192];
+            for (zip_int64_t n; (n = zip_fread(f, buf, sizeof buf)) > 0;)
+                xml.append(buf, qsizetype(n));
+            zip_fclose(f);
         }
-    } walker;
-    walker.open = &openIds;
-    walker.out = &out;
-    doc.traverse(walker);
+        zip_close(z);
+    }
+    pugi::xml_document doc;
+    doc.load_buffer(xml.constData(), size_t(xml.size()),
+                    pugi::parse_default | pugi::parse_ws_pcdata_single);
+    QMap<QString, QString> out, open; // open: id -> name
+    pugi::xpath_node_set nodes =
+        doc.select_nodes("//w:bookmarkStart | //w:bookmarkEnd | //w:p | //w:t");
+    nodes.sort();
+    for (const pugi::xpath_node& x : nodes) {
+        const std::string_view name = x.node().name();
+        const QString id = QString::fromUtf8(x.node().attribute("w:id").value());
+        if (name == "w:bookmarkStart")
+            out.insert(open[id] = QString::fromUtf8(x.node().attribute("w:name").value()), {});
+        else if (name == "w:bookmarkEnd")
+            open.remove(id);
+        for (const QString& bm : std::as_const(open)) {
+            if (name == "w:t")
+                out[bm] += QString::fromUtf8(x.node().text().get());
+            // A paragraph that starts inside a bookmark continues its text on a new line.
+            else if (name == "w:p" && !out[bm].isEmpty())
+                out[bm] += u'\n';
+        }
+    }
     return out;
 }
 

@@ -22,18 +22,16 @@ private slots:
         QTest::addColumn<QString>("typedUser");
         QTest::addColumn<QString>("button");
         QTest::addColumn<QString>("result"); // "user:password", "-" for none
-        QTest::newRow("user from the address, password typed") << "anna" << false << ""
-                                                               << "cmdOK"
-                                                               << "anna:geheim";
-        QTest::newRow("no user in the address") << "" << false << "bert"
-                                                << "cmdOK"
-                                                << "bert:geheim";
-        QTest::newRow("after a refused login") << "anna" << true << ""
-                                               << "cmdOK"
-                                               << "anna:geheim";
-        QTest::newRow("cancelled") << "anna" << false << ""
-                                   << "cmdCancel"
-                                   << "-";
+        auto row = [](const char* name, const char* userInAddress, bool failed,
+                      const char* typedUser, const char* button, const char* result) {
+            QTest::newRow(name) << QString::fromUtf8(userInAddress) << failed
+                                << QString::fromUtf8(typedUser) << QString::fromUtf8(button)
+                                << QString::fromUtf8(result);
+        };
+        row("user from the address, password typed", "anna", false, "", "cmdOK", "anna:geheim");
+        row("no user in the address", "", false, "bert", "cmdOK", "bert:geheim");
+        row("after a refused login", "anna", true, "", "cmdOK", "anna:geheim");
+        row("cancelled", "anna", false, "", "cmdCancel", "-");
     }
     void ask()
     {

@@ -2,12 +2,7 @@
 #include "app/dialogs/FrmIntro.h"
 #include "tests/app/WizardTestKit.h"
 
-#include <QAction>
 #include <QApplication>
-#include <QComboBox>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPushButton>
 #include <QTabWidget>
 
 using namespace kit;
@@ -18,9 +13,8 @@ namespace
 QString stored(const QString& name)
 {
     ClsRegistry reg;
-    reg.setKey(QStringLiteral("Software\\KVAR\\Zettelwerk"));
-    QString v;
-    return reg.GetString(name, v) ? v : QStringLiteral("<fehlt>");
+    reg.setKey(u"Software\\KVAR\\Zettelwerk"_s);
+    return reg.GetOptString(name, u"<fehlt>"_s);
 }
 
 } // namespace
@@ -43,97 +37,85 @@ private Q_SLOTS:
         AppGlobals g;
         MainResult r = Main(g, 0);
         QVERIFY(r.started);
-        QCOMPARE(splashText, QStringLiteral("Laden..."));
-        QVERIFY(script.boxes().first().text.startsWith(QStringLiteral("Dies ist der erste Start")));
-
-        FrmMain* w = r.mainWindow.get();
-        QVERIFY(w->isVisible());
-        QVERIFY(!r.splash->isVisible());
-        QCOMPARE(w->windowTitle(), QStringLiteral("Zettelwerk - Schritt 1 von 3"));
-        QCOMPARE(child<QLineEdit>(w, "txtStatus")->text(), QStringLiteral("Bereit"));
-        auto* tab = child<QTabWidget>(w, "tabMain");
-        QCOMPARE(tab->count(), 3);
-        QCOMPARE(tab->tabText(0), QStringLiteral("&Empfänger "));
-        QCOMPARE(tab->tabText(1), QStringLiteral("&Briefformat"));
-        QCOMPARE(tab->tabText(2), QStringLiteral("Weitere &Optionen "));
-        QCOMPARE(child<QPushButton>(w, "cmdPrevTab")->text(), QStringLiteral("< &Zurück"));
-        QCOMPARE(child<QPushButton>(w, "cmdNextTab")->text(), QStringLiteral("&Weiter >"));
-        QCOMPARE(child<QPushButton>(w, "cmdFinish")->text(), QStringLiteral("&Fertigstellen"));
-        QCOMPARE(child<QPushButton>(w, "cmdCancel")->text(), QStringLiteral("Beenden"));
+        QCOMPARE(splashText, u"Laden..."_s);
         QCOMPARE(script.boxes().size(), 1);
+        QVERIFY(script.boxes().first().text.startsWith(u"Dies ist der erste Start"_s));
+        QVERIFY(r.mainWindow->isVisible());
+        QVERIFY(!r.splash->isVisible());
+        QCOMPARE(child<QLineEdit>(r.mainWindow.get(), u"txtStatus"_s)->text(), u"Bereit"_s);
     }
 
     void stepButtonsAndCaption()
     {
         Session run(false);
-        FrmMain* w = run.w();
-        auto* prev = child<QPushButton>(w, "cmdPrevTab");
-        auto* next = child<QPushButton>(w, "cmdNextTab");
-        QVERIFY(!prev->isEnabled() && next->isEnabled());
-        next->click();
-        QCOMPARE(w->windowTitle(), QStringLiteral("Zettelwerk - Schritt 2 von 3"));
-        QVERIFY(prev->isEnabled() && next->isEnabled());
-        next->click();
-        QCOMPARE(w->windowTitle(), QStringLiteral("Zettelwerk - Schritt 3 von 3"));
-        QVERIFY(prev->isEnabled() && !next->isEnabled());
-        next->click(); // disabled: nothing happens
-        QCOMPARE(child<QTabWidget>(w, "tabMain")->currentIndex(), 2);
+        auto* prev = run.get(u"cmdPrevTab"_s);
+        auto* next = run.get(u"cmdNextTab"_s);
+        // Each step names itself in the caption; the ends of the row of steps stop the buttons.
+        auto verifyStep = [&](int step) {
+            QCOMPARE(run.w()->windowTitle(), u"Zettelwerk - Schritt %1 von 3"_s.arg(step));
+            QCOMPARE(run.get<QTabWidget>(u"tabMain"_s)->currentIndex(), step - 1);
+            QCOMPARE(prev->isEnabled(), step > 1);
+            QCOMPARE(next->isEnabled(), step < 3);
+        };
+        verifyStep(1);
+        for (int step : {2, 3, 3}) { // the last click is on a disabled button
+            next->click();
+            verifyStep(step);
+        }
         prev->click();
         prev->click();
-        QCOMPARE(w->windowTitle(), QStringLiteral("Zettelwerk - Schritt 1 von 3"));
-        QVERIFY(!prev->isEnabled());
+        verifyStep(1);
     }
 
     void closingSavesAndSecondStartReadsBack_data()
     {
-        QTest::addColumn<QString>("how");
-        QTest::newRow("Beenden button") << "cmdCancel";
-        QTest::newRow("window close box") << "close";
+        QTest::addColumn<bool>("button");
+        QTest::newRow("Beenden button") << true;
+        QTest::newRow("window close box") << false;
     }
     void closingSavesAndSecondStartReadsBack()
     {
-        QFETCH(QString, how);
+        QFETCH(bool, button);
         TestEnvironment env;
         ScriptedUserInterface script;
         {
             auto s = start(script);
             FrmMain* w = s->w();
             // Saved as it stands, even a folder that was never searched.
-            child<QLineEdit>(w, "txtOutlookFolder")->setText(QStringLiteral("Root\\Nirgendwo"));
-            if (how == QLatin1String("cmdCancel"))
-                child<QPushButton>(w, "cmdCancel")->click();
+            child<QLineEdit>(w, u"txtOutlookFolder"_s)->setText(u"Root\\Nirgendwo"_s);
+            if (button)
+                child<QPushButton>(w, u"cmdCancel"_s)->click();
             else
                 w->close();
             QVERIFY(!w->isVisible());
-            QCOMPARE(w->statusText(), QStringLiteral("Verbindung zu Outlook trennen..."));
+            QCOMPARE(w->statusText(), u"Verbindung zu Outlook trennen..."_s);
         }
-        QCOMPARE(stored(QStringLiteral("StartCount")), QStringLiteral("2"));
-        QCOMPARE(stored(QStringLiteral("OutlookFolder")), QStringLiteral("Root\\Nirgendwo"));
+        QCOMPARE(stored(u"StartCount"_s), u"2"_s);
+        QCOMPARE(stored(u"OutlookFolder"_s), u"Root\\Nirgendwo"_s);
 
         auto s = start(script, false); // no first-start message again
         QCOMPARE(s->g.settings.StartCount, 2);
-        QCOMPARE(child<QLineEdit>(s->w(), "txtOutlookFolder")->text(),
-                 QStringLiteral("Root\\Nirgendwo"));
+        QCOMPARE(child<QLineEdit>(s->w(), u"txtOutlookFolder"_s)->text(), u"Root\\Nirgendwo"_s);
     }
 
     void closeDuringSearchIsDeferred()
     {
         Session run(false);
         FrmMain* w = run.w();
-        auto* abort = child<QPushButton>(w, "cmdAbort");
+        auto* abort = run.get(u"cmdAbort"_s);
         abort->setEnabled(true); // as while a search runs
         w->close();
         QVERIFY(w->isVisible());
         QVERIFY(w->abortRequested());
-        QCOMPARE(w->statusText(), QStringLiteral("Abbrechen..."));
-        QCOMPARE(stored(QStringLiteral("StartCount")), QStringLiteral("<fehlt>"));
+        QCOMPARE(w->statusText(), u"Abbrechen..."_s);
+        QCOMPARE(stored(u"StartCount"_s), u"<fehlt>"_s);
 
         // Still searching when the timer fires: it tries again a second later.
         QTest::qWait(1200);
         QVERIFY(w->isVisible());
         abort->setEnabled(false); // the search has noticed the abort
         QTRY_VERIFY_WITH_TIMEOUT(!w->isVisible(), 2500);
-        QCOMPARE(stored(QStringLiteral("StartCount")), QStringLiteral("2"));
+        QCOMPARE(stored(u"StartCount"_s), u"2"_s);
     }
 
     void resizeKeepsTheDesignSizes_data()
@@ -164,59 +146,36 @@ private Q_SLOTS:
         QCoreApplication::processEvents();
         QCOMPARE(w->size(), result);
         // The lists take the height; the address frame stays at the foot of step 1.
-        auto* tab = child<QTabWidget>(w, "tabMain");
-        auto* frame = w->findChild<QWidget*>(QStringLiteral("fraAddress"));
-        QVERIFY(frame->geometry().bottom() < tab->currentWidget()->height());
-        QVERIFY(frame->geometry().bottom() > tab->currentWidget()->height() - 20);
-    }
-
-    void finishButtonFollowsTheTemplateChoice()
-    {
-        Session run(false);
-        FrmMain* w = run.w();
-        auto* finish = child<QPushButton>(w, "cmdFinish");
-        auto* list = w->findChild<QListWidget*>(QStringLiteral("lstDotFiles"));
-        QVERIFY(!finish->isEnabled());
-        list->setCurrentRow(0);
-        QVERIFY(finish->isEnabled());
-        // Step changes do not touch it.
-        child<QPushButton>(w, "cmdNextTab")->click();
-        child<QPushButton>(w, "cmdNextTab")->click();
-        QVERIFY(finish->isEnabled());
-        // A search resets step 1 and asks again: still a template chosen.
-        run.script.answer(Mb::Cancel);
-        child<QPushButton>(w, "cmdSearch")->click();
-        QVERIFY(finish->isEnabled());
+        const int stepHeight = run.get<QTabWidget>(u"tabMain"_s)->currentWidget()->height();
+        const int frameBottom = run.get<QWidget>(u"fraAddress"_s)->geometry().bottom();
+        QVERIFY(frameBottom < stepHeight && frameBottom > stepHeight - 20);
     }
 
     void wordInfoNamesTheWordProcessor()
     {
         Session run(false);
         run.script.answer(Mb::Ok);
-        run.s->w()->findChild<QAction*>(QStringLiteral("mnuHelpInfoWord"))->trigger();
+        run.trigger(u"mnuHelpInfoWord"_s);
         QCOMPARE(run.script.boxes().size(), 1);
         const QString text = run.script.boxes()[0].text;
-        QVERIFY2(text == QStringLiteral("Zettelwerk DOCX (OOXML) ist installiert") ||
-                     text == QStringLiteral("LibreOffice Writer (LO) ist installiert"),
+        QVERIFY2(text == u"Zettelwerk DOCX (OOXML) ist installiert"_s ||
+                     text == u"LibreOffice Writer (LO) ist installiert"_s,
                  qPrintable(text));
         QCOMPARE(run.script.boxes()[0].icon(), Mb::Information);
         QCOMPARE(run.script.beeps(), 0);
         QVERIFY(run.s->g.word);
     }
 
-    void aboutBoxShowsHistoryAndStartCount()
+    void aboutBoxCountsTheStarts()
     {
         Session run(false);
-        run.s->w()->findChild<QAction*>(QStringLiteral("mnuHelpInfo"))->trigger();
-        auto* info = run.s->w()->findChild<FrmInfo*>();
-        QVERIFY(info);
-        QVERIFY(info->isVisible());
-        const QStringList lines = info->revisionHistory().split(QLatin1Char('\n'));
-        QCOMPARE(lines.size(), 3);
-        QVERIFY(lines[0].startsWith(QLatin1String("02.04.99  V1.0.0")));
-        QVERIFY(lines[1].startsWith(QLatin1String("24.04.99  V1.1.0")));
-        QVERIFY(lines[2].startsWith(QLatin1String("22.05.99  V1.2.0")));
-        QCOMPARE(info->freeText(), QStringLiteral("1. Start der Anwendung"));
+        run.trigger(u"mnuHelpInfo"_s);
+        auto* info = run.w()->findChild<FrmInfo*>();
+        QVERIFY(info && info->isVisible());
+        // Three releases, the first at the top; the free text counts the starts.
+        QVERIFY(info->revisionHistory().startsWith(u"02.04.99  V1.0.0"_s));
+        QCOMPARE(info->revisionHistory().count(u'\n'), 2);
+        QCOMPARE(info->freeText(), u"1. Start der Anwendung"_s);
         QVERIFY(info->underConstructionBlinking());
         info->accept();
     }

@@ -6,6 +6,8 @@
 
 #include <QTest>
 
+using namespace Qt::StringLiterals;
+
 namespace
 {
 
@@ -14,14 +16,10 @@ struct Store {
     ClsRegistry reg;
     Store()
     {
-        reg.setCompany(QStringLiteral("KVAR"));
-        reg.setKey(QStringLiteral("Software\\KVAR\\Zettelwerk"));
+        reg.setCompany(u"KVAR"_s);
+        reg.setKey(u"Software\\KVAR\\Zettelwerk"_s);
     }
-    QString get(const QString& name)
-    {
-        QString v;
-        return reg.GetString(name, v) ? v : QStringLiteral("<fehlt>");
-    }
+    QString get(const QString& name) { return reg.GetOptString(name, u"<fehlt>"_s); }
     void set(const QString& name, const QString& value) { QVERIFY(reg.SetString(name, value)); }
 };
 
@@ -39,43 +37,7 @@ class TstSettings : public QObject
 {
     Q_OBJECT
 private Q_SLOTS:
-    void firstStartShowsMessageAndLoadsDefaults()
-    {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        AppGlobals g;
-        QVERIFY(GetSettings(g));
-
-        QCOMPARE(script.boxes().size(), 1);
-        const auto box = script.boxes().first();
-        QCOMPARE(box.icon(), Mb::Information);
-        QCOMPARE(
-            box.text,
-            QStringLiteral("Dies ist der erste Start der Anwendung Zettelwerk für den Benutzer ") +
-                VuGetLoginName() +
-                QStringLiteral("\r\n\r\nNach dem ersten Starten sind nur die Standardeinstellungen "
-                               "gesetzt.\r\nBenutzen Sie das Menü 'Extras' um eigene "
-                               "Einstellungen vorzunehmen."));
-        const Settings& s = g.settings;
-        QCOMPARE(s.StartCount, 1);
-        QVERIFY(s.ExitAfterFinished && s.AddEmptyLineBeforeCity && s.AllowResize);
-        QVERIFY(!s.CheckForCurrentContactAtStartup && !s.TitleAndNameOnSameLine && !s.AddNToHerr);
-        QCOMPARE(g.fieldAssignmentList.count(), 3);
-        QVERIFY(g.specialFieldsString.startsWith(QStringLiteral("Von-Firma=<Ihre Firma>|")));
-
-        SaveSettings(g);
-        Store store;
-        QCOMPARE(store.get(QStringLiteral("StartCount")), QStringLiteral("2"));
-        QCOMPARE(store.get(QStringLiteral("DotCount")), QStringLiteral("3"));
-        QCOMPARE(store.get(QStringLiteral("Dot1")), g.fieldAssignmentList.item(1));
-        QCOMPARE(store.get(QStringLiteral("ExitAfterFinished")), QStringLiteral("True"));
-        QCOMPARE(store.get(QStringLiteral("AddNToHerr")), QStringLiteral("False"));
-        QVERIFY(!store.get(QStringLiteral("AppPath")).isEmpty());
-        QCOMPARE(store.get(QStringLiteral("CurrentVersion")), QStringLiteral("1.0.0"));
-    }
-
-    void secondStartReadsBackWhatTheFirstSaved()
+    void firstStartShowsMessageAndSecondReadsBack()
     {
         TestEnvironment env;
         ScriptedUserInterface script;
@@ -83,118 +45,109 @@ private Q_SLOTS:
         {
             AppGlobals g;
             QVERIFY(GetSettings(g));
-            g.settings.OutlookFolder = QStringLiteral("Root\\Persönliche Ordner\\Kontakte");
-            g.settings.AddNToHerr = true;
-            g.settings.ExitAfterFinished = false;
-            g.settings.OutputFolder = QStringLiteral("/srv/briefe");
-            g.settings.PublicFoldersPath = QStringLiteral("/mnt/öffentlich");
-            g.specialFieldsString = QStringLiteral("Von-Name=Erika Muster");
-            g.fieldAssignmentList.remove(QStringLiteral("(leeres Dokument)"));
+            QCOMPARE(script.boxes().size(), 1);
+            QCOMPARE(script.boxes()[0].icon(), Mb::Information);
+            QCOMPARE(script.boxes()[0].text,
+                     u"Dies ist der erste Start der Anwendung Zettelwerk für den Benutzer "_s +
+                         VuGetLoginName() +
+                         u"\r\n\r\nNach dem ersten Starten sind nur die Standardeinstellungen "
+                         "gesetzt.\r\nBenutzen Sie das Menü 'Extras' um eigene "
+                         "Einstellungen vorzunehmen."_s);
+            Settings& s = g.settings;
+            QCOMPARE(s.StartCount, 1);
+            QVERIFY(s.ExitAfterFinished && s.AddEmptyLineBeforeCity && s.AllowResize);
+            QVERIFY(!s.CheckForCurrentContactAtStartup && !s.TitleAndNameOnSameLine &&
+                    !s.AddNToHerr);
+            QCOMPARE(g.fieldAssignmentList.count(), 3);
+            QVERIFY(g.specialFieldsString.startsWith(u"Von-Firma=<Ihre Firma>|"_s));
+
+            s.OutlookFolder = u"Root\\Persönliche Ordner\\Kontakte"_s;
+            s.AddNToHerr = true;
+            s.ExitAfterFinished = false;
+            s.OutputFolder = u"/srv/briefe"_s;
+            s.PublicFoldersPath = u"/mnt/öffentlich"_s;
+            g.specialFieldsString = u"Von-Name=Erika Muster"_s;
+            g.fieldAssignmentList.remove(u"(leeres Dokument)"_s);
             SaveSettings(g);
+            Store store;
+            QCOMPARE(store.get(u"StartCount"_s), u"2"_s);
+            QCOMPARE(store.get(u"DotCount"_s), u"2"_s);
+            QCOMPARE(store.get(u"Dot1"_s), g.fieldAssignmentList.item(1));
+            QCOMPARE(store.get(u"ExitAfterFinished"_s), u"False"_s);
+            QCOMPARE(store.get(u"AddNToHerr"_s), u"True"_s);
+            QVERIFY(!store.get(u"AppPath"_s).isEmpty());
+            QCOMPARE(store.get(u"CurrentVersion"_s), u"1.0.0"_s);
         }
         AppGlobals g;
         QVERIFY(GetSettings(g));
         QCOMPARE(script.boxes().size(), 1); // no first-start message the second time
         QCOMPARE(g.settings.StartCount, 2);
-        QCOMPARE(g.settings.OutlookFolder, QStringLiteral("Root\\Persönliche Ordner\\Kontakte"));
-        QVERIFY(g.settings.AddNToHerr);
-        QVERIFY(!g.settings.ExitAfterFinished);
-        QCOMPARE(g.settings.OutputFolder, QStringLiteral("/srv/briefe"));
-        QCOMPARE(g.settings.PublicFoldersPath, QStringLiteral("/mnt/öffentlich"));
-        QCOMPARE(g.specialFieldsString, QStringLiteral("Von-Name=Erika Muster"));
+        QCOMPARE(g.settings.OutlookFolder, u"Root\\Persönliche Ordner\\Kontakte"_s);
+        QVERIFY(g.settings.AddNToHerr && !g.settings.ExitAfterFinished);
+        QCOMPARE(g.settings.OutputFolder, u"/srv/briefe"_s);
+        QCOMPARE(g.settings.PublicFoldersPath, u"/mnt/öffentlich"_s);
+        QCOMPARE(g.specialFieldsString, u"Von-Name=Erika Muster"_s);
         QCOMPARE(g.fieldAssignmentList.count(), 2);
-        QVERIFY(!g.fieldAssignmentList.contains(QStringLiteral("(leeres Dokument)")));
+        QVERIFY(!g.fieldAssignmentList.contains(u"(leeres Dokument)"_s));
+        // Entries beyond the new count, left by an earlier start, are deleted.
+        Store store;
+        store.set(u"DotCount"_s, u"4"_s);
+        for (int i = 1; i <= 4; ++i)
+            store.set(u"Dot%1"_s.arg(i), u"/t%1.dotx"_s.arg(i));
         SaveSettings(g);
-        QCOMPARE(Store().get(QStringLiteral("StartCount")), QStringLiteral("3"));
+        QCOMPARE(store.get(u"StartCount"_s), u"3"_s);
+        QCOMPARE(store.get(u"DotCount"_s), u"2"_s);
+        QCOMPARE(store.get(u"Dot2"_s), g.fieldAssignmentList.item(2));
+        QCOMPARE(store.get(u"Dot3"_s), u"<fehlt>"_s);
+        QCOMPARE(store.get(u"Dot4"_s), u"<fehlt>"_s);
     }
 
-    void storedTemplateEntries_data()
+    void storedValuesOfAnEarlierStart_data()
     {
-        QTest::addColumn<QString>("dotCount");
-        QTest::addColumn<QStringList>("stored"); // Dot1, Dot2, ... ("" = missing)
+        QTest::addColumn<QStringList>("stored"); // name=value
         QTest::addColumn<QStringList>("loadedKeys");
-        QTest::newRow("gap at Dot2 is skipped")
-            << "3" << QStringList{"/a.dotx|A=-", "", "/c.dotx|C=-"}
-            << QStringList{"/a.dotx", "/c.dotx"};
-        QTest::newRow("count smaller than stored entries")
-            << "1" << QStringList{"/a.dotx", "/b.dotx"} << QStringList{"/a.dotx"};
-        QTest::newRow("count zero loads nothing, no defaults")
-            << "0" << QStringList{"/a.dotx"} << QStringList{};
-        QTest::newRow("entry key is the first token")
-            << "1" << QStringList{"/x y.dotx|B=Firma (OF)|C=-"} << QStringList{"/x y.dotx"};
+        QTest::addColumn<QString>("reason"); // why the start ends; empty: it goes on
+        auto row = [](const char* name, const QStringList& stored, const QStringList& keys,
+                      const QString& reason = {}) {
+            QTest::newRow(name) << stored << keys << reason;
+        };
+        row("gap at Dot2 is skipped", {"DotCount=3", "Dot1=/a.dotx|A=-", "Dot3=/c.dotx|C=-"},
+            {"/a.dotx", "/c.dotx"});
+        row("count smaller than stored entries", {"DotCount=1", "Dot1=/a.dotx", "Dot2=/b.dotx"},
+            {"/a.dotx"});
+        row("count zero loads nothing, no defaults", {"DotCount=0", "Dot1=/a.dotx"}, {});
+        row("entry key is the first token", {"DotCount=1", "Dot1=/x y.dotx|B=Firma (OF)|C=-"},
+            {"/x y.dotx"});
+        row("StartCount not a number", {"StartCount=viele"}, {}, "Typen unverträglich (Nr. 13");
+        row("DotCount beyond 16 bits", {"DotCount=40000"}, {}, "Überlauf (Nr. 6");
     }
-    void storedTemplateEntries()
+    void storedValuesOfAnEarlierStart()
     {
-        QFETCH(QString, dotCount);
         QFETCH(QStringList, stored);
         QFETCH(QStringList, loadedKeys);
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        firstStart(script);
-        Store store;
-        store.set(QStringLiteral("DotCount"), dotCount);
-        for (int i = 0; i < stored.size(); ++i)
-            if (!stored[i].isEmpty())
-                store.set(QStringLiteral("Dot%1").arg(i + 1), stored[i]);
-        store.reg.DeleteValue(QStringLiteral("SpecialFields"));
-
-        AppGlobals g;
-        QVERIFY(GetSettings(g));
-        QCOMPARE(g.fieldAssignmentList.keys(), loadedKeys);
-        // Special fields stay empty: the defaults only come with a missing count.
-        QCOMPARE(g.specialFieldsString, QString());
-    }
-
-    void savingFewerEntriesDeletesStaleOnes()
-    {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        script.answer(Mb::Ok);
-        Store store;
-        AppGlobals g;
-        QVERIFY(GetSettings(g));
-        store.set(QStringLiteral("DotCount"), QStringLiteral("4"));
-        for (int i = 1; i <= 4; ++i)
-            store.set(QStringLiteral("Dot%1").arg(i), QStringLiteral("/t%1.dotx").arg(i));
-        g.fieldAssignmentList.clear();
-        g.fieldAssignmentList.add(QStringLiteral("/neu1.dotx"));
-        g.fieldAssignmentList.add(QStringLiteral("/neu2.dotx"));
-        SaveSettings(g);
-        QCOMPARE(store.get(QStringLiteral("DotCount")), QStringLiteral("2"));
-        QCOMPARE(store.get(QStringLiteral("Dot2")), QStringLiteral("/neu2.dotx"));
-        QCOMPARE(store.get(QStringLiteral("Dot3")), QStringLiteral("<fehlt>"));
-        QCOMPARE(store.get(QStringLiteral("Dot4")), QStringLiteral("<fehlt>"));
-    }
-
-    void unreadableNumbersEndTheStart_data()
-    {
-        QTest::addColumn<QString>("name");
-        QTest::addColumn<QString>("value");
-        QTest::addColumn<QString>("reason");
-        QTest::newRow("StartCount not a number") << "StartCount"
-                                                 << "viele"
-                                                 << "Typen unverträglich (Nr. 13";
-        QTest::newRow("DotCount beyond 16 bits") << "DotCount"
-                                                 << "40000"
-                                                 << "Überlauf (Nr. 6";
-    }
-    void unreadableNumbersEndTheStart()
-    {
-        QFETCH(QString, name);
-        QFETCH(QString, value);
         QFETCH(QString, reason);
         TestEnvironment env;
         ScriptedUserInterface script;
         firstStart(script);
-        Store().set(name, value);
-        script.answer(Mb::No);
+        Store store;
+        for (const QString& entry : stored)
+            store.set(entry.section(u'=', 0, 0), entry.section(u'=', 1));
+        store.reg.DeleteValue(u"SpecialFields"_s);
+
         AppGlobals g;
-        QVERIFY(!GetSettings(g));
-        const auto box = script.boxes().last();
-        QVERIFY2(box.text.startsWith(QStringLiteral("Fehler: GetSettings\r\n")),
-                 qPrintable(box.text));
-        QVERIFY2(box.text.contains(reason), qPrintable(box.text));
-        QCOMPARE(box.icon(), Mb::Question);
+        if (!reason.isEmpty()) {
+            script.answer(Mb::No);
+            QVERIFY(!GetSettings(g));
+            const auto box = script.boxes().last();
+            QVERIFY2(box.text.startsWith(u"Fehler: GetSettings\r\n"_s) && box.text.contains(reason),
+                     qPrintable(box.text));
+            QCOMPARE(box.icon(), Mb::Question);
+            return;
+        }
+        QVERIFY(GetSettings(g));
+        QCOMPARE(g.fieldAssignmentList.keys(), loadedKeys);
+        // Special fields stay empty: the defaults only come with a missing count.
+        QCOMPARE(g.specialFieldsString, QString());
     }
 };
 

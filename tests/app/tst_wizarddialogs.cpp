@@ -9,32 +9,9 @@
 #include "document/widgets/FrmOptions.h"
 #include "util/SystemNames.h"
 
-#include <QAction>
 #include <QCheckBox>
-#include <QComboBox>
-#include <QDialog>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPushButton>
-#include <QScopeGuard>
-#include <QTest>
-#include <QTreeWidget>
 
 using namespace kit;
-
-namespace
-{
-
-// Assigns one field of a category to a bookmark of the letter, as a user clicks it.
-void assign(QDialog& dlg, const QString& bookmark, int category, const QString& field)
-{
-    selectRow(child<QTreeWidget>(&dlg, QStringLiteral("lvwBookmarks")), bookmark);
-    child<QComboBox>(&dlg, QStringLiteral("cboOutlookFieldCategories"))->setCurrentIndex(category);
-    selectRow(child<QListWidget>(&dlg, QStringLiteral("lstOutlookFields")), field);
-    child<QPushButton>(&dlg, QStringLiteral("cmdAssignOutlookField"))->click();
-}
-
-} // namespace
 
 class TstWizardDialogs : public QObject
 {
@@ -45,46 +22,53 @@ private Q_SLOTS:
     void assignedFieldsOfEveryCategoryAreTransferredAndKept()
     {
         Session run;
-        FrmMain* w = run.w();
         // Anna Müller carries the user-defined field "Firma 2"; she is the contact read last.
-        chooseHit(w, QStringLiteral("Müller"), QStringLiteral("Anna"));
+        chooseHit(run.w(), u"Müller"_s, u"Anna"_s);
+        struct Assignment {
+            QString bookmark, field, text; // the field of category i, and its text in the letter
+        };
+        const QList<Assignment> assignments{
+            {"Empfänger1", "Anrede+Name", "Frau Anna Müller"},
+            {"Empfänger2", "Firma", "Alpha AG"},
+            {"Empfänger3", "Weiter Vornamen", ""},
+            {"Empfänger4", "Firma 2", "Alpha Logistik"},
+            {"Empfänger5", "Von-FAX", "<Ihre FAX-Nummer>"},
+            {"Empfänger6", "Benutzer Login-Name", VuGetLoginName()}};
 
         bool opened = false;
         FrmMain::setDialogHook([&](QDialog& dlg) {
             QVERIFY(qobject_cast<FrmFieldAssignments*>(&dlg));
             opened = true;
             dlg.show();
-            selectRow(child<QListWidget>(&dlg, QStringLiteral("lstDotFiles")),
-                      sampleLetterTemplatePath());
-            assign(dlg, QStringLiteral("Empfänger1"), 0, QStringLiteral("Anrede+Name"));
-            assign(dlg, QStringLiteral("Empfänger2"), 1, QStringLiteral("Firma"));
-            assign(dlg, QStringLiteral("Empfänger3"), 2, QStringLiteral("Weiter Vornamen"));
-            assign(dlg, QStringLiteral("Empfänger4"), 3, QStringLiteral("Firma 2"));
-            assign(dlg, QStringLiteral("Empfänger5"), 4, QStringLiteral("Von-FAX"));
-            assign(dlg, QStringLiteral("Empfänger6"), 5, QStringLiteral("Benutzer Login-Name"));
-            child<QPushButton>(&dlg, QStringLiteral("cmdClose"))->click();
+            selectRow(child<QListWidget>(&dlg, u"lstDotFiles"_s), sampleLetterTemplatePath());
+            // Each as a user clicks it: bookmark, category, field, "Zuweisen".
+            for (int category = 0; category < assignments.size(); ++category) {
+                selectRow(child<QTreeWidget>(&dlg, u"lvwBookmarks"_s),
+                          assignments[category].bookmark);
+                child<QComboBox>(&dlg, u"cboOutlookFieldCategories"_s)->setCurrentIndex(category);
+                selectRow(child<QListWidget>(&dlg, u"lstOutlookFields"_s),
+                          assignments[category].field);
+                child<QPushButton>(&dlg, u"cmdAssignOutlookField"_s)->click();
+            }
+            child<QPushButton>(&dlg, u"cmdClose"_s)->click();
         });
-        w->findChild<QAction*>(QStringLiteral("mnuExtraFieldAssignments"))->trigger();
+        run.trigger(u"mnuExtraFieldAssignments"_s);
         QVERIFY(opened);
 
         // The edited template moved to the end of the refreshed list.
-        auto* templates = child<QListWidget>(w, QStringLiteral("lstDotFiles"));
-        QCOMPARE(templates->item(templates->count() - 1)->text(), QStringLiteral("Bsp-Brief.dotx"));
+        auto* templates = run.get<QListWidget>(u"lstDotFiles"_s);
+        QCOMPARE(templates->item(templates->count() - 1)->text(), u"Bsp-Brief.dotx"_s);
         templates->setCurrentRow(templates->count() - 1);
-        child<QPushButton>(w, QStringLiteral("cmdFinish"))->click();
+        run.get(u"cmdFinish"_s)->click();
         QCOMPARE(run.s->opened.size(), 1);
         const QMap<QString, QString> texts = bookmarkTexts(run.s->opened.first());
-        QCOMPARE(texts.value(QStringLiteral("Empfänger1")), QStringLiteral("Frau Anna Müller"));
-        QCOMPARE(texts.value(QStringLiteral("Empfänger2")), QStringLiteral("Alpha AG"));
-        QCOMPARE(texts.value(QStringLiteral("Empfänger3")), QString());
-        QCOMPARE(texts.value(QStringLiteral("Empfänger4")), QStringLiteral("Alpha Logistik"));
-        QCOMPARE(texts.value(QStringLiteral("Empfänger5")), QStringLiteral("<Ihre FAX-Nummer>"));
-        QCOMPARE(texts.value(QStringLiteral("Empfänger6")), VuGetLoginName());
-        QVERIFY(!w->isVisible()); // closed after the transfer, settings saved
+        for (const Assignment& a : assignments)
+            QCOMPARE(texts.value(a.bookmark), a.text);
+        QVERIFY(!run.w()->isVisible()); // closed after the transfer, settings saved
 
         auto again = start(run.script, false);
         const QString entry = again->g.fieldAssignmentList.item(sampleLetterTemplatePath());
-        QVERIFY2(entry.contains(QStringLiteral("|Empfänger4=Firma 2 (BF)|")), qPrintable(entry));
+        QVERIFY2(entry.contains(u"|Empfänger4=Firma 2 (BF)|"_s), qPrintable(entry));
         QCOMPARE(again->g.fieldAssignmentList.position(sampleLetterTemplatePath()),
                  again->g.fieldAssignmentList.count());
     }
@@ -99,25 +83,24 @@ private Q_SLOTS:
     {
         QFETCH(bool, ok);
         Session run(false);
-        const QString out = run.env.root() + QStringLiteral("/Briefe");
+        const QString out = run.env.root() + u"/Briefe"_s;
         QDir().mkpath(out);
         FrmMain::setDialogHook([&](QDialog& dlg) {
             QVERIFY(qobject_cast<FrmOptions*>(&dlg));
             dlg.show();
-            child<QCheckBox>(&dlg, QStringLiteral("chkExitAfterFinished"))->setChecked(false);
-            child<QCheckBox>(&dlg, QStringLiteral("chkAllowResize"))->setChecked(false);
-            child<QLineEdit>(&dlg, QStringLiteral("txtOutputFolder"))->setText(out);
-            child<QPushButton>(&dlg, ok ? "cmdOK" : "cmdCancel")->click();
+            child<QCheckBox>(&dlg, u"chkExitAfterFinished"_s)->setChecked(false);
+            child<QCheckBox>(&dlg, u"chkAllowResize"_s)->setChecked(false);
+            child<QLineEdit>(&dlg, u"txtOutputFolder"_s)->setText(out);
+            child<QPushButton>(&dlg, ok ? u"cmdOK"_s : u"cmdCancel"_s)->click();
         });
-        run.s->w()->findChild<QAction*>(QStringLiteral("mnuExtraOptions"))->trigger();
-        QCOMPARE(run.s->g.settings.ExitAfterFinished, !ok);
+        run.trigger(u"mnuExtraOptions"_s);
         QCOMPARE(run.s->g.settings.AllowResize, !ok);
-        QCOMPARE(run.s->g.settings.OutputFolder, ok ? out : QString());
-        run.s->w()->close();
-
-        auto again = start(run.script, false);
-        QCOMPARE(again->g.settings.ExitAfterFinished, !ok);
-        QCOMPARE(again->g.settings.OutputFolder, ok ? out : QString());
+        for (int day = 0; day < 2; ++day) {
+            if (day)
+                run.restart();
+            QCOMPARE(run.s->g.settings.ExitAfterFinished, !ok);
+            QCOMPARE(run.s->g.settings.OutputFolder, ok ? out : QString());
+        }
     }
 
     void folderButtonPutsTheChosenPathIntoTheBox_data()
@@ -130,35 +113,29 @@ private Q_SLOTS:
     {
         QFETCH(bool, ok);
         Session run;
-        auto* box = child<QLineEdit>(run.s->w(), QStringLiteral("txtOutlookFolder"));
-        box->setText(QStringLiteral("Root\\Nirgendwo"));
+        auto* box = run.get<QLineEdit>(u"txtOutlookFolder"_s);
+        box->setText(u"Root\\Nirgendwo"_s);
         FrmMain::setDialogHook([&](QDialog& dlg) {
             auto* sel = qobject_cast<FrmOutlookFolderSelection*>(&dlg);
             QVERIFY(sel);
             dlg.show();
             // Choose the personal contacts folder in the tree, as a user would.
-            auto* tree = dlg.findChild<QTreeWidget*>();
-            QVERIFY(tree);
+            auto* tree = child<QTreeWidget>(&dlg, u"tvTreeView"_s);
             QTreeWidgetItem* found = nullptr;
             for (int round = 0; round < 4 && !found; ++round) {
-                QTreeWidgetItemIterator it(tree);
-                for (; *it; ++it) {
+                for (QTreeWidgetItemIterator it(tree); *it && !found; ++it) {
                     tree->setCurrentItem(*it); // loads the branch
-                    if ((*it)->text(0) == QStringLiteral("Kontakte")) {
+                    if ((*it)->text(0) == u"Kontakte")
                         found = *it;
-                        break;
-                    }
                 }
             }
             QVERIFY(found);
-            tree->setCurrentItem(found);
-            QCOMPARE(sel->FullPath(), QStringLiteral("Persönliche Ordner\\Kontakte"));
-            child<QPushButton>(&dlg, ok ? "cmdOK" : "cmdCancel")->click();
+            QCOMPARE(sel->FullPath(), u"Persönliche Ordner\\Kontakte"_s);
+            child<QPushButton>(&dlg, ok ? u"cmdOK"_s : u"cmdCancel"_s)->click();
         });
-        child<QPushButton>(run.s->w(), QStringLiteral("cmdSelectOutlookFolder"))->click();
+        run.get(u"cmdSelectOutlookFolder"_s)->click();
         // The dialog gives the path without "Root\", which the search takes as well.
-        QCOMPARE(box->text(), ok ? QStringLiteral("Persönliche Ordner\\Kontakte")
-                                 : QStringLiteral("Root\\Nirgendwo"));
+        QCOMPARE(box->text(), ok ? u"Persönliche Ordner\\Kontakte"_s : u"Root\\Nirgendwo"_s);
         QVERIFY(run.script.boxes().isEmpty());
     }
 };

@@ -6,13 +6,7 @@
 
 #include "document/FieldAssignmentDefaults.h"
 
-#include <QAction>
 #include <QCheckBox>
-#include <QComboBox>
-#include <QLabel>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QPushButton>
 #include <QRadioButton>
 #include <QTabWidget>
 
@@ -21,40 +15,27 @@ using namespace kit;
 namespace
 {
 
-QListWidget* templates(FrmMain* w)
+QListWidget* templates(const Session& run)
 {
-    return child<QListWidget>(w, QStringLiteral("lstDotFiles"));
+    return run.get<QListWidget>(u"lstDotFiles"_s);
 }
 
-QPushButton* finish(FrmMain* w)
-{
-    return child<QPushButton>(w, QStringLiteral("cmdFinish"));
-}
-
-void chooseTemplate(FrmMain* w, const QString& shownName)
-{
-    selectRow(templates(w), shownName);
-}
-
-QStringList previewLines(FrmMain* w)
+QStringList previewLines(const Session& run)
 {
     QStringList lines;
     for (int i = 0; i < 9; ++i)
-        lines << child<QLabel>(w, QStringLiteral("lblAddressOrder%1").arg(i))->text();
+        lines << run.text(u"lblAddressOrder%1"_s.arg(i));
     return lines;
 }
 
-QStringList padded(QStringList lines)
+QTabWidget* tabs(const Session& run)
 {
-    while (lines.size() < 9)
-        lines << QString();
-    return lines;
+    return run.get<QTabWidget>(u"tabMain"_s);
 }
 
-void triggerMenu(FrmMain* w, const char* name)
-{
-    w->findChild<QAction*>(QLatin1String(name))->trigger();
-}
+// The three boxes of step 3 that shape the address lines.
+const QStringList kAddressBoxes{"chkAddNToHerr", "chkAddEmptyLineBeforeCity",
+                                "chkTitleAndNameOnSameLine"};
 
 } // namespace
 
@@ -65,132 +46,102 @@ private Q_SLOTS:
     void templateListAndBookmarks()
     {
         Session run;
-        FrmMain* w = run.w();
-        QListWidget* list = templates(w);
+        QListWidget* list = templates(run);
+        QPushButton* finish = run.get(u"cmdFinish"_s);
         QCOMPARE(list->count(), 3);
-        QCOMPARE(list->item(0)->text(), QStringLiteral("(leeres Dokument)"));
-        QCOMPARE(list->item(1)->text(), QStringLiteral("Bsp-FAX.dotx"));
-        QCOMPARE(list->item(2)->text(), QStringLiteral("Bsp-Brief.dotx"));
-        QVERIFY(!finish(w)->isEnabled());
+        QCOMPARE(list->item(0)->text(), u"(leeres Dokument)"_s);
+        QCOMPARE(list->item(1)->text(), u"Bsp-FAX.dotx"_s);
+        QCOMPARE(list->item(2)->text(), u"Bsp-Brief.dotx"_s);
+        QVERIFY(!finish->isEnabled());
 
-        chooseHit(w, QStringLiteral("Berger"));
-        child<QPushButton>(w, QStringLiteral("cmdNextTab"))->click();
-        chooseTemplate(w, QStringLiteral("Bsp-Brief.dotx"));
-        QVERIFY(finish(w)->isEnabled());
-        auto* bookmarks = child<QTreeWidget>(w, QStringLiteral("lvwBookmarks"));
-        QCOMPARE(bookmarks->headerItem()->text(1), QStringLiteral("Outlook-Feldname"));
+        chooseHit(run.w(), u"Berger"_s);
+        run.get(u"cmdNextTab"_s)->click();
+        selectRow(list, u"Bsp-Brief.dotx"_s);
+        QVERIFY(finish->isEnabled());
+        auto* bookmarks = run.get<QTreeWidget>(u"lvwBookmarks"_s);
         QCOMPARE(bookmarks->topLevelItemCount(), 10);
-        QCOMPARE(bookmarks->topLevelItem(0)->text(0), QStringLiteral("Bearbeiter"));
-        QCOMPARE(bookmarks->topLevelItem(0)->text(1), QStringLiteral("Von-Name (SF)"));
-        QCOMPARE(bookmarks->topLevelItem(0)->text(2), QStringLiteral("<Ihr Name>"));
-        QCOMPARE(bookmarks->topLevelItem(3)->text(0), QStringLiteral("Empfänger1"));
-        QCOMPARE(bookmarks->topLevelItem(3)->text(2), QStringLiteral("Muster GmbH"));
+        const QStringList first{"Bearbeiter", "Von-Name (SF)", "<Ihr Name>"};
+        const QStringList fourth{"Empfänger1", "1. Anschrift-Zeile (ZF)", "Muster GmbH"};
+        for (int col = 0; col < 3; ++col) {
+            QCOMPARE(bookmarks->topLevelItem(0)->text(col), first[col]);
+            QCOMPARE(bookmarks->topLevelItem(3)->text(col), fourth[col]);
+        }
 
         // Showing the folders changes no line and keeps the choice.
-        child<QCheckBox>(w, QStringLiteral("chkShowDotFilePath"))->click();
+        run.get<QCheckBox>(u"chkShowDotFilePath"_s)->click();
         QCOMPARE(list->item(2)->text(), sampleLetterTemplatePath());
         QCOMPARE(list->currentRow(), 2);
         QCOMPARE(bookmarks->topLevelItemCount(), 10);
-        child<QCheckBox>(w, QStringLiteral("chkShowDotFilePath"))->click();
-        QCOMPARE(list->item(2)->text(), QStringLiteral("Bsp-Brief.dotx"));
+        run.get<QCheckBox>(u"chkShowDotFilePath"_s)->click();
+        QCOMPARE(list->item(2)->text(), u"Bsp-Brief.dotx"_s);
+
+        // Step changes and a new search keep the choice and the button.
+        run.get(u"cmdNextTab"_s)->click();
+        searchFolder(run.w(), contactsPath(), u"Müller"_s);
+        QVERIFY(finish->isEnabled());
+        QCOMPARE(list->currentRow(), 2);
 
         // A refill by the Extras menu drops the choice but leaves the button as it was.
-        triggerMenu(w, "mnuExtraFieldAssignments");
+        run.trigger(u"mnuExtraFieldAssignments"_s);
         QCOMPARE(list->currentRow(), -1);
         QCOMPARE(bookmarks->topLevelItemCount(), 0);
-        QVERIFY(finish(w)->isEnabled());
+        QVERIFY(finish->isEnabled());
     }
 
-    void samplePreviews_data()
+    void previews_data()
     {
+        QTest::addColumn<bool>("berger"); // chosen; else the sample person is shown
         QTest::addColumn<int>("order");
-        QTest::addColumn<bool>("addN");
-        QTest::addColumn<bool>("emptyLine");
-        QTest::addColumn<bool>("sameLine");
-        QTest::addColumn<QStringList>("lines");
-        QTest::newRow("company first, empty line")
-            << 0 << false << true << false
-            << QStringList{"Fima Musterfirma+Co", "Herr", "Mustermann",
-                           "Neue Straße 1",       "",     "12345 Beispielstadt"};
-        QTest::newRow("person first with Herrn")
-            << 1 << true << false << false
-            << QStringList{"Herrn", "Mustermann", "Fima Musterfirma+Co", "Neue Straße 1",
-                           "12345 Beispielstadt"};
-        QTest::newRow("salutation and name on one line")
-            << 1 << false << false << true
-            << QStringList{"Herr Mustermann", "Fima Musterfirma+Co", "Neue Straße 1",
-                           "12345 Beispielstadt"};
-    }
-    void samplePreviews()
-    {
-        QFETCH(int, order);
-        QFETCH(bool, addN);
-        QFETCH(bool, emptyLine);
-        QFETCH(bool, sameLine);
-        QFETCH(QStringList, lines);
-        Session run(false);
-        FrmMain* w = run.w();
-        child<QTabWidget>(w, QStringLiteral("tabMain"))->setCurrentIndex(2);
-        auto setBox = [&](const char* name, bool on) {
-            auto* box = child<QCheckBox>(w, QLatin1String(name));
-            if (box->isChecked() != on)
-                box->click();
-        };
-        setBox("chkAddNToHerr", addN);
-        setBox("chkAddEmptyLineBeforeCity", emptyLine);
-        setBox("chkTitleAndNameOnSameLine", sameLine);
-        child<QRadioButton>(w, QStringLiteral("optAddressOrder%1").arg(order))->click();
-        QCOMPARE(previewLines(w), padded(lines));
-        QCOMPARE(run.s->g.settings.AddNToHerr, addN);
-        QCOMPARE(run.s->g.settings.AddEmptyLineBeforeCity, emptyLine);
-        QCOMPARE(run.s->g.settings.TitleAndNameOnSameLine, sameLine);
-
-        auto* style = child<QLabel>(w, QStringLiteral("lblAddressStyle"));
-        QCOMPARE(style->text(), QStringLiteral("Sehr geehrter Herr Mustermann,"));
-        child<QRadioButton>(w, QStringLiteral("optAddressStyle1"))->click();
-        QCOMPARE(style->text(), QStringLiteral("Lieber Herr Mustermann,"));
-        QCOMPARE(child<QLabel>(w, QStringLiteral("lblOptionsNote"))->text(),
-                 QStringLiteral("Diese Optionen werden nur wirksam, wenn die Felder "
-                                "'1.Anschrift-Zeile' etc. verwendet werden!"));
-
-        // The boxes are settings: they survive the run.
-        w->close();
-        auto again = start(run.script, false);
-        QCOMPARE(child<QCheckBox>(again->w(), QStringLiteral("chkAddNToHerr"))->isChecked(), addN);
-        QCOMPARE(
-            child<QCheckBox>(again->w(), QStringLiteral("chkTitleAndNameOnSameLine"))->isChecked(),
-            sameLine);
-    }
-
-    void contactPreviews_data()
-    {
-        QTest::addColumn<int>("order");
+        QTest::addColumn<QList<bool>>("boxes"); // kAddressBoxes
         QTest::addColumn<int>("style");
-        QTest::addColumn<QStringList>("lines");
+        QTest::addColumn<QString>("lines"); // the nine preview lines, "|" between them
         QTest::addColumn<QString>("salutation");
-        QTest::newRow("business order, business letter")
-            << 0 << 0 << QStringList{"Muster GmbH", "Herr", "Hans Berger",
-                                     "Hauptstr. 1", " ",    "80331 München"}
-            << "Sehr geehrter Herr Berger,";
-        QTest::newRow("personal order, informal")
-            << 1 << 1 << QStringList{"Herr",        "Hans Berger", "Muster GmbH",
-                                     "Hauptstr. 1", " ",           "80331 München"}
-            << "Lieber Herr Berger,";
+        auto row = [](const char* name, bool berger, int order, QList<bool> boxes, int style,
+                      const QString& lines, const QString& salutation) {
+            QTest::newRow(name) << berger << order << boxes << style << lines << salutation;
+        };
+        const QList<bool> defaults{false, true, false};
+        row("sample: company first, empty line", false, 0, defaults, 0,
+            "Fima Musterfirma+Co|Herr|Mustermann|Neue Straße 1||12345 Beispielstadt|||",
+            "Sehr geehrter Herr Mustermann,");
+        row("sample: person first with Herrn", false, 1, {true, false, false}, 1,
+            "Herrn|Mustermann|Fima Musterfirma+Co|Neue Straße 1|12345 Beispielstadt||||",
+            "Lieber Herr Mustermann,");
+        row("sample: salutation and name on one line", false, 1, {false, false, true}, 0,
+            "Herr Mustermann|Fima Musterfirma+Co|Neue Straße 1|12345 Beispielstadt|||||",
+            "Sehr geehrter Herr Mustermann,");
+        row("Berger: business order, business letter", true, 0, defaults, 0,
+            "Muster GmbH|Herr|Hans Berger|Hauptstr. 1| |80331 München|||",
+            "Sehr geehrter Herr Berger,");
+        row("Berger: personal order, informal", true, 1, defaults, 1,
+            "Herr|Hans Berger|Muster GmbH|Hauptstr. 1| |80331 München|||", "Lieber Herr Berger,");
     }
-    void contactPreviews()
+    void previews()
     {
+        QFETCH(bool, berger);
         QFETCH(int, order);
+        QFETCH(QList<bool>, boxes);
         QFETCH(int, style);
-        QFETCH(QStringList, lines);
+        QFETCH(QString, lines);
         QFETCH(QString, salutation);
         Session run;
-        FrmMain* w = run.w();
-        chooseHit(w, QStringLiteral("Berger"));
-        child<QTabWidget>(w, QStringLiteral("tabMain"))->setCurrentIndex(2);
-        child<QRadioButton>(w, QStringLiteral("optAddressOrder%1").arg(order))->click();
-        child<QRadioButton>(w, QStringLiteral("optAddressStyle%1").arg(style))->click();
-        QCOMPARE(previewLines(w), padded(lines));
-        QCOMPARE(child<QLabel>(w, QStringLiteral("lblAddressStyle"))->text(), salutation);
+        if (berger)
+            chooseHit(run.w(), u"Berger"_s);
+        tabs(run)->setCurrentIndex(2);
+        for (int i = 0; i < kAddressBoxes.size(); ++i) {
+            auto* box = run.get<QCheckBox>(kAddressBoxes[i]);
+            if (box->isChecked() != boxes[i])
+                box->click();
+        }
+        run.get<QRadioButton>(u"optAddressOrder%1"_s.arg(order))->click();
+        run.get<QRadioButton>(u"optAddressStyle%1"_s.arg(style))->click();
+        QCOMPARE(previewLines(run).join(u'|'), lines);
+        QCOMPARE(run.text(u"lblAddressStyle"_s), salutation);
+
+        // The boxes are settings: they survive the run.
+        run.restart();
+        for (int i = 0; i < kAddressBoxes.size(); ++i)
+            QCOMPARE(run.get<QCheckBox>(kAddressBoxes[i])->isChecked(), boxes[i]);
     }
 
     void refusals_data()
@@ -205,6 +156,7 @@ private Q_SLOTS:
             << "Es ist kein Outlook-Kontakt ausgewählt, d.h. keine Adressdaten verfügbar!\r\n\r\n"
                "Möchten Sie trotzdem zu Word übertragen?"
             << int(Mb::OkCancel + Mb::Question) << 0 << "Bereit";
+        // Only the user's selection counts, not a row the refilled list makes current.
         QTest::newRow("no template selected after a refill")
             << "notemplate"
             << "Keine Vorlagendatei ausgewählt!" << int(Mb::Exclamation) << 0 << "Bereit";
@@ -228,122 +180,115 @@ private Q_SLOTS:
         QFETCH(int, beeps);
         QFETCH(QString, status);
         Session run;
-        FrmMain* w = run.w();
-        if (situation != QLatin1String("nocontact"))
-            chooseHit(w, QStringLiteral("Berger"));
-        const QString gone = run.env.root() + QStringLiteral("/weg/Brief.dotx");
-        if (situation == QLatin1String("gone")) {
-            run.s->g.fieldAssignmentList.add(gone + QStringLiteral("|Anrede=Anrede (OF)"));
-            triggerMenu(w, "mnuExtraOptions");
-            templates(w)->setCurrentRow(3);
+        if (situation != u"nocontact")
+            chooseHit(run.w(), u"Berger"_s);
+        const QString gone = run.env.root() + u"/weg/Brief.dotx"_s;
+        if (situation == u"gone") {
+            run.s->g.fieldAssignmentList.add(gone + u"|Anrede=Anrede (OF)"_s);
+            run.trigger(u"mnuExtraOptions"_s);
+            templates(run)->setCurrentRow(3);
             text = text.arg(gone);
         } else {
-            chooseTemplate(w, QStringLiteral("Bsp-Brief.dotx"));
+            selectRow(templates(run), u"Bsp-Brief.dotx"_s);
         }
-        if (situation == QLatin1String("notemplate"))
-            triggerMenu(w, "mnuExtraOptions");
-        if (situation == QLatin1String("noword"))
-            run.s->g.settings.OutputFolder = run.env.root() + QStringLiteral("/gibt/es/nicht");
-        QVERIFY(finish(w)->isEnabled());
-        run.script.answer(situation == QLatin1String("nocontact") ? Mb::Cancel : Mb::Ok);
-        finish(w)->click();
+        if (situation == u"notemplate")
+            run.trigger(u"mnuExtraOptions"_s);
+        if (situation == u"noword")
+            run.s->g.settings.OutputFolder = run.env.root() + u"/gibt/es/nicht"_s;
+        QPushButton* finish = run.get(u"cmdFinish"_s);
+        QVERIFY(finish->isEnabled());
+        run.script.answer(situation == u"nocontact" ? Mb::Cancel : Mb::Ok);
+        finish->click();
         QCOMPARE(run.script.boxes().size(), 1);
         QCOMPARE(run.script.boxes()[0].text, text);
         QCOMPARE(run.script.boxes()[0].style, style);
         QCOMPARE(run.script.beeps(), beeps);
-        QCOMPARE(w->statusText(), status);
+        QCOMPARE(run.w()->statusText(), status);
         QVERIFY(run.s->opened.isEmpty());
-        QVERIFY(w->isVisible());
-        QCOMPARE(child<QTabWidget>(w, QStringLiteral("tabMain"))->currentIndex(),
-                 situation == QLatin1String("notemplate") ? 1 : 0);
-        QCOMPARE(QDir(run.env.root() + QStringLiteral("/home/Documents")).entryList(QDir::Files),
-                 QStringList());
+        QVERIFY(run.w()->isVisible());
+        QCOMPARE(tabs(run)->currentIndex(), situation == u"notemplate" ? 1 : 0);
+        QCOMPARE(QDir(run.env.root() + u"/home/Documents"_s).entryList(QDir::Files), QStringList());
     }
 
-    void completeTransferFillsEveryBookmarkAndCloses()
+    void transfer_data()
     {
+        QTest::addColumn<QString>("lastName"); // empty: no contact
+        QTest::addColumn<QString>("templateName");
+        QTest::addColumn<bool>("exitAfter");
+        QTest::addColumn<int>("style");
+        QTest::addColumn<int>("transfers");
+        QTest::addColumn<QString>("salutation"); // empty: a document without bookmarks
+        auto row = [](const char* name, const QString& lastName, const QString& templateName,
+                      bool exitAfter, int style, int transfers, const QString& salutation) {
+            QTest::newRow(name) << lastName << templateName << exitAfter << style << transfers
+                                << salutation;
+        };
+        row("business letter, the window closes after", "Berger", "Bsp-Brief.dotx", true, 0, 1,
+            "Sehr geehrter Herr Berger,");
+        row("informal letter, the window stays for a second one", "Berger", "Bsp-Brief.dotx", false,
+            1, 2, "Lieber Herr Berger,");
+        row("empty document without a contact", "", "(leeres Dokument)", false, 0, 1, "");
+    }
+    void transfer()
+    {
+        QFETCH(QString, lastName);
+        QFETCH(QString, templateName);
+        QFETCH(bool, exitAfter);
+        QFETCH(int, style);
+        QFETCH(int, transfers);
+        QFETCH(QString, salutation);
         Session run;
         FrmMain* w = run.w();
-        chooseHit(w, QStringLiteral("Berger"));
-        chooseTemplate(w, QStringLiteral("Bsp-Brief.dotx"));
+        QCOMPARE(run.s->g.settings.ExitAfterFinished, true); // the default
+        run.s->g.settings.ExitAfterFinished = exitAfter;
+        if (!lastName.isEmpty())
+            chooseHit(w, lastName);
+        tabs(run)->setCurrentIndex(2);
+        run.get<QRadioButton>(u"optAddressStyle%1"_s.arg(style))->click();
+        selectRow(templates(run), templateName);
         QStringList statuses;
         run.script.onDoEvents([&] {
             if (statuses.isEmpty() || statuses.last() != w->statusText())
                 statuses << w->statusText();
         });
-        finish(w)->click();
+        for (int i = 0; i < transfers; ++i) {
+            if (lastName.isEmpty())
+                run.script.answer(Mb::Ok); // "trotzdem zu Word übertragen?"
+            run.get(u"cmdFinish"_s)->click();
+        }
         run.script.onDoEvents({});
-        QCOMPARE(run.script.boxes().size(), 0);
+        QCOMPARE(run.script.boxes().size(), lastName.isEmpty() ? transfers : 0);
         const QStringList expected{"Verbindung zu Word herstellen...", "Word-Dokument erstellen...",
                                    "Text übertragen...", "Bereit"};
         QVERIFY2(statuses.mid(statuses.indexOf(expected[0]), 4) == expected,
-                 qPrintable(statuses.join(QLatin1String(" | "))));
-        // ExitAfterFinished is on by default.
-        QVERIFY(!w->isVisible());
-
-        QCOMPARE(run.s->opened.size(), 1);
-        const QString doc = run.s->opened.first();
-        QCOMPARE(QFileInfo(doc).absolutePath(), run.env.root() + QStringLiteral("/home/Documents"));
-        QVERIFY(doc.endsWith(QLatin1String(".docx")));
-        const QMap<QString, QString> texts = bookmarkTexts(doc);
-        QCOMPARE(texts.value(QStringLiteral("Empfänger1")), QStringLiteral("Muster GmbH"));
-        QCOMPARE(texts.value(QStringLiteral("Empfänger2")), QStringLiteral("Herr"));
-        QCOMPARE(texts.value(QStringLiteral("Empfänger3")), QStringLiteral("Hans Berger"));
-        QCOMPARE(texts.value(QStringLiteral("Empfänger4")), QStringLiteral("Hauptstr. 1"));
-        QCOMPARE(texts.value(QStringLiteral("Empfänger5")), QString()); // the blank line
-        QCOMPARE(texts.value(QStringLiteral("Empfänger6")), QStringLiteral("80331 München"));
-        QCOMPARE(texts.value(QStringLiteral("Empfänger7")), QString());
-        QCOMPARE(texts.value(QStringLiteral("Briefanrede")),
-                 QStringLiteral("Sehr geehrter Herr Berger,"));
-        QCOMPARE(texts.value(QStringLiteral("Bearbeiter")), QStringLiteral("<Ihr Name>"));
-        QCOMPARE(texts.value(QStringLiteral("BearbeiterDurchwahl")),
-                 QStringLiteral("<Ihre Durchwahl>"));
-    }
-
-    void twoTransfersLeaveTwoDocuments()
-    {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        writeStandardContacts(env);
-        registerOnce(script);
-        presetSettings({{QStringLiteral("ExitAfterFinished"), false}});
-        auto s = start(script, false);
-        FrmMain* w = s->w();
-        chooseHit(w, QStringLiteral("Berger"));
-        child<QTabWidget>(w, QStringLiteral("tabMain"))->setCurrentIndex(2);
-        child<QRadioButton>(w, QStringLiteral("optAddressStyle1"))->click();
-        chooseTemplate(w, QStringLiteral("Bsp-Brief.dotx"));
-        finish(w)->click();
-        finish(w)->click();
-        QCOMPARE(script.boxes().size(), 0);
-        QVERIFY(w->isVisible());
-        QCOMPARE(child<QTabWidget>(w, QStringLiteral("tabMain"))->currentIndex(), 2);
-        QCOMPARE(child<QLabel>(w, QStringLiteral("lblName"))->text(),
-                 QStringLiteral("Herr Hans Berger"));
-        QCOMPARE(s->opened.size(), 2);
-        QVERIFY(s->opened[0] != s->opened[1]);
-        for (const QString& doc : s->opened) {
-            QVERIFY(QFileInfo::exists(doc));
-            QCOMPARE(bookmarkTexts(doc).value(QStringLiteral("Briefanrede")),
-                     QStringLiteral("Lieber Herr Berger,"));
+                 qPrintable(statuses.join(u" | ")));
+        QCOMPARE(w->isVisible(), !exitAfter);
+        if (!exitAfter) {
+            QCOMPARE(tabs(run)->currentIndex(), 2);
+            QCOMPARE(run.text(u"lblName"_s),
+                     lastName.isEmpty() ? QString() : u"Herr Hans Berger"_s);
         }
-    }
 
-    void emptyDocumentWithoutContact()
-    {
-        TestEnvironment env;
-        ScriptedUserInterface script;
-        registerOnce(script);
-        presetSettings({{QStringLiteral("ExitAfterFinished"), false}});
-        auto s = start(script, false);
-        FrmMain* w = s->w();
-        chooseTemplate(w, QStringLiteral("(leeres Dokument)"));
-        script.answer(Mb::Ok);
-        finish(w)->click();
-        QCOMPARE(script.boxes().size(), 1);
-        QCOMPARE(s->opened.size(), 1);
-        QVERIFY(QFileInfo::exists(s->opened.first()));
-        QCOMPARE(w->statusText(), QStringLiteral("Dokument gespeichert: ") + s->opened.first());
+        QCOMPARE(run.s->opened.size(), transfers);
+        QCOMPARE(QSet<QString>(run.s->opened.cbegin(), run.s->opened.cend()).size(), transfers);
+        // Empfänger5 is the blank line before the city.
+        QMap<QString, QString> expectedTexts;
+        if (!salutation.isEmpty())
+            expectedTexts = {{"Empfänger1", "Muster GmbH"},
+                             {"Empfänger2", "Herr"},
+                             {"Empfänger3", "Hans Berger"},
+                             {"Empfänger4", "Hauptstr. 1"},
+                             {"Empfänger5", ""},
+                             {"Empfänger6", "80331 München"},
+                             {"Empfänger7", ""},
+                             {"Briefanrede", salutation},
+                             {"Bearbeiter", "<Ihr Name>"},
+                             {"BearbeiterDurchwahl", "<Ihre Durchwahl>"}};
+        for (const QString& doc : run.s->opened) {
+            QCOMPARE(QFileInfo(doc).absolutePath(), run.env.root() + u"/home/Documents"_s);
+            QVERIFY(doc.endsWith(u".docx"));
+            QCOMPARE(bookmarkTexts(doc), expectedTexts);
+        }
     }
 };
 

@@ -94,16 +94,26 @@ private Q_SLOTS:
     {
         QTest::addColumn<bool>("libreOffice");
         QTest::addColumn<QString>("clicked");
-        QTest::addColumn<bool>("hint");
-        QTest::newRow("older chosen while the newer is there: hint") << true << "OOXML" << true;
-        QTest::newRow("newer chosen: no hint") << true << "LO" << false;
-        QTest::newRow("only version there: no hint") << false << "OOXML" << false;
+        QTest::addColumn<bool>("goneBeforeOk");
+        QTest::addColumn<QString>("message");
+        QTest::addColumn<QString>("used");
+        const QString hint =
+            QStringLiteral("Hinweis: diese Einstellung wird nicht permanent gespeichert!");
+        QTest::newRow("older chosen while the newer is there: hint")
+            << true << "OOXML" << false << hint << "OOXML";
+        QTest::newRow("newer chosen: no hint") << true << "LO" << false << QString() << "LO";
+        QTest::newRow("only version there: no hint")
+            << false << "OOXML" << false << QString() << "OOXML";
+        // No version is left in use, so the next use takes the newest installed one.
+        QTest::newRow("newer chosen, uninstalled before OK")
+            << true << "LO" << true << "LibreOffice Writer ist nicht installiert"
+            << "OOXML";
     }
     void versionChoice()
     {
         QFETCH(bool, libreOffice);
         QFETCH(QString, clicked);
-        QFETCH(bool, hint);
+        QFETCH(QString, message);
         open(libreOffice);
         // The newest installed version is in use; one not installed cannot be chosen.
         auto* lo = ctl<QRadioButton>("optWordVersionLO");
@@ -112,34 +122,21 @@ private Q_SLOTS:
         QCOMPARE(ctl<QRadioButton>("optWordVersionOOXML")->isChecked(), !libreOffice);
         if (!libreOffice)
             QCOMPARE(lo->toolTip(), QStringLiteral("LibreOffice Writer ist nicht installiert"));
-        if (hint)
+        if (!message.isEmpty())
             m_ui->answer(Mb::Ok);
         auto* button = m_dlg->findChild<QRadioButton*>(QStringLiteral("optWordVersion") + clicked);
         QTest::mouseClick(button, Qt::LeftButton, {}, QPoint(8, button->height() / 2));
         QVERIFY(button->isChecked());
-        QCOMPARE(m_ui->boxes().size(), hint ? 1 : 0);
-        if (hint) {
-            QCOMPARE(
-                m_ui->boxes()[0].text,
-                QStringLiteral("Hinweis: diese Einstellung wird nicht permanent gespeichert!"));
+        QFETCH(bool, goneBeforeOk);
+        if (goneBeforeOk)
+            m_path->setInstalled(false);
+        ctl<QPushButton>("cmdOK")->click();
+        QCOMPARE(m_ui->boxes().size(), message.isEmpty() ? 0 : 1);
+        if (!message.isEmpty()) {
+            QCOMPARE(m_ui->boxes()[0].text, message);
             QCOMPARE(m_ui->boxes()[0].icon(), Mb::Exclamation);
         }
-        ctl<QPushButton>("cmdOK")->click();
-        QCOMPARE(m_word->Version(), clicked);
-    }
-
-    void versionGoneBeforeOk()
-    {
-        open(true);
-        ctl<QRadioButton>("optWordVersionLO")->click();
-        m_path->setInstalled(false);
-        m_ui->answer(Mb::Ok);
-        ctl<QPushButton>("cmdOK")->click();
-        QCOMPARE(m_ui->boxes().size(), 1);
-        QCOMPARE(m_ui->boxes()[0].text, QStringLiteral("LibreOffice Writer ist nicht installiert"));
-        QCOMPARE(m_ui->boxes()[0].icon(), Mb::Exclamation);
-        // No version is left in use, so the next use takes the newest installed one.
-        QCOMPARE(m_word->Version(), ClsWord::kVersionOoxml);
+        QTEST(m_word->Version(), "used");
     }
 
     void editingState()

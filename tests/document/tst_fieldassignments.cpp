@@ -111,39 +111,43 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("field");
         QTest::addColumn<QString>("special");
-        QTest::addColumn<bool>("withContact");
+        QTest::addColumn<QString>("contact"); // the sample, "edited" or "none"
         QTest::addColumn<QString>("text");
         auto row = [](const char* tag, const char* field, const QString& text,
-                      bool withContact = true,
+                      const char* contact = "sample",
                       const QString& special = DefaultAssignments().special) {
-            QTest::newRow(tag) << field << special << withContact << text;
+            QTest::newRow(tag) << field << special << contact << text;
         };
         row("Outlook field", "Firma (OF)", "Muster AG");
         row("composite field", "PLZ+Ort ausgewählte Adresse (ZF)", "10115 Berlin");
         row("user-defined field", "Kenn-Nr (BF)", "A-1001");
+        row("without a title the salutation has none", "Briefanrede+Name (ZF)",
+            "Sehr geehrte Müller,", "edited");
+        row("the home country is left out", "Land ausgewählte Adresse (ZF)", "");
+        row("another country is written", "Land ausgewählte Adresse (ZF)", "Österreich", "edited");
         row("special field", "Von-Name (SF)", "<Ihr Name>");
-        row("special field without a contact", "Von-Unterschrift (SF)", "i.A. <Ihr Name>", false);
-        row("special value keeps its own '='", "Formel (SF)", "a=b", true, "Formel=a=b");
-        row("special entry without '=' has an empty value", "Leer (SF)", "", true, "Leer|X=1");
-        row("first of two equal special names wins", "X (SF)", "1", true, "X=1|X=2");
-        row("special field before the Outlook field of its name", "Firma (SF)", "Sonder", true,
+        row("special field without a contact", "Von-Unterschrift (SF)", "i.A. <Ihr Name>", "none");
+        row("special value keeps its own '='", "Formel (SF)", "a=b", "sample", "Formel=a=b");
+        row("special entry without '=' has an empty value", "Leer (SF)", "", "sample", "Leer|X=1");
+        row("first of two equal special names wins", "X (SF)", "1", "sample", "X=1|X=2");
+        row("special field before the Outlook field of its name", "Firma (SF)", "Sonder", "sample",
             "Firma=Sonder");
         row("deleted special field falls back to the Outlook field", "Firma (SF)", "Muster AG",
-            true, "Von-Name=N");
+            "sample", "Von-Name=N");
         // It printed "UNKNOWN: Von-Durchwahl" into the letter.
-        row("deleted special field of no Outlook name is empty", "Von-Durchwahl (SF)", "", true,
+        row("deleted special field of no Outlook name is empty", "Von-Durchwahl (SF)", "", "sample",
             "Von-Name=N");
         // A wrong Outlook name shows in the letter instead of a silent gap.
         row("unknown Outlook field stays visible", "Von-Durchwahl (OF)", "UNKNOWN: Von-Durchwahl");
-        row("special names compare case-sensitively", "Firma (SF)", "Muster AG", true,
+        row("special names compare case-sensitively", "Firma (SF)", "Muster AG", "sample",
             "firma=Sonder");
-        row("special walk ends at an empty entry", "Firma (SF)", "Muster AG", true,
+        row("special walk ends at an empty entry", "Firma (SF)", "Muster AG", "sample",
             "A=1||Firma=Sonder");
-        row("no contact: Outlook field is empty", "Firma (OF)", "", false);
+        row("no contact: Outlook field is empty", "Firma (OF)", "", "none");
         row("date dd.MM.yyyy", "Datum tt.mm.jjjj (EF)", "05.03.2001");
         row("date dd.MM.yy", "Datum tt.mm.jj (EF)", "05.03.01");
-        row("computer name", "Computername (EF)", VuGetComputerName(), false);
-        row("login name", "Benutzer Login-Name (EF)", VuGetLoginName(), false);
+        row("computer name", "Computername (EF)", VuGetComputerName(), "none");
+        row("login name", "Benutzer Login-Name (EF)", VuGetLoginName(), "none");
         row("built-in names compare case-sensitively", "datum tt.mm.jjjj (EF)", "");
         row("unknown built-in field", "Uhrzeit (EF)", "");
         row("unassigned", "-", "");
@@ -156,10 +160,16 @@ private Q_SLOTS:
     {
         QFETCH(QString, field);
         QFETCH(QString, special);
-        QFETCH(bool, withContact);
+        QFETCH(QString, contact);
         QFETCH(QString, text);
-        SampleContact contact;
-        const ContactFieldResolver item = withContact ? contact.resolver() : ContactFieldResolver();
+        SampleContact sample;
+        // Edited in the program: the title removed, the business address moved abroad.
+        if (contact == u"edited") {
+            QVERIFY(sample.item.setValue(u"Title", QString()));
+            QVERIFY(sample.item.setValue(u"BusinessAddressCountry", QStringLiteral("Österreich")));
+        }
+        const ContactFieldResolver item =
+            contact == u"none" ? ContactFieldResolver() : sample.resolver();
         QCOMPARE(ResolveFieldText(item, field, special, fixedDay()), text);
     }
 

@@ -1,42 +1,28 @@
-#include "DialogTestHelpers.h"
-#include "FieldFillHelpers.h"
+#include "DialogFixture.h"
 #include "contacts/ContactFieldCatalogue.h"
-#include "document/ClsWord.h"
-#include "document/FieldAssignmentDefaults.h"
-#include "document/FieldAssignmentList.h"
 #include "document/widgets/FrmFieldAssignments.h"
 #include "document/widgets/FrmOptions.h"
-#include "tests/support/ScriptedUserInterface.h"
-#include "tests/support/TestEnvironment.h"
 
 #include <QCheckBox>
 #include <QComboBox>
 #include <QDir>
 #include <QFileInfo>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QTimer>
 
 using namespace DialogTestHelpers;
 
-class TstFrmFieldAssignments : public QObject
+class TstFrmFieldAssignments : public DialogFixture<FrmFieldAssignments>
 {
     Q_OBJECT
 
 private:
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<ScriptedUserInterface> m_ui;
-    FieldAssignmentList m_list;
-    QString m_special;
-    OptionsValues m_options;
-    std::unique_ptr<ClsWord> m_word;
-    std::unique_ptr<FrmFieldAssignments> m_dlg;
     QStringList m_status;
     QString m_chosenFile;
 
     void open(const QString& userDefined = QString())
     {
-        m_dlg = std::make_unique<FrmFieldAssignments>(m_list, m_special, *m_word, m_options);
+        m_dlg = std::make_unique<FrmFieldAssignments>(m_list, m_special, *m_word, m_values);
         m_dlg->setUserDefinedFieldNames(userDefined);
         m_dlg->setStatusSink([this](const QString& text) { m_status << text; });
         m_dlg->setFileChooser([this](QWidget*, const QString& title, const QString& filter) {
@@ -45,7 +31,6 @@ private:
         });
         m_dlg->show();
     }
-    template <class T> T* ctl(const char* name) { return child<T>(m_dlg.get(), name); }
     QListWidget* dotFiles() { return ctl<QListWidget>("lstDotFiles"); }
     QTreeWidget* bookmarks() { return ctl<QTreeWidget>("lvwBookmarks"); }
     QListWidget* fields() { return ctl<QListWidget>("lstOutlookFields"); }
@@ -56,7 +41,6 @@ private:
         ctl<QComboBox>("cboOutlookFieldCategories")->setFocus();
         ctl<QComboBox>("cboOutlookFieldCategories")->setCurrentIndex(category);
     }
-    void click(const char* button) { ctl<QPushButton>(button)->click(); }
     void close() { click("cmdClose"); }
     void assignField(const QString& bookmark, int category, const QString& field)
     {
@@ -71,25 +55,13 @@ private:
 private Q_SLOTS:
     void init()
     {
-        m_env = std::make_unique<TestEnvironment>();
-        m_ui = std::make_unique<ScriptedUserInterface>();
-        m_list.clear();
-        SetDefaultFieldAssignments(m_list, m_special);
-        m_options = OptionsValues();
-        m_word = std::make_unique<ClsWord>();
+        setUp();
         m_word->SetUsedVersion(ClsWord::kVersionOoxml);
         m_word->setOpener([this](const QString& path) { m_status << "geöffnet: " + path; });
         m_status.clear();
         m_chosenFile.clear();
     }
-    void cleanup()
-    {
-        m_dlg.reset();
-        m_word.reset();
-        QCOMPARE(m_ui->pendingAnswers(), 0);
-        m_ui.reset();
-        m_env.reset();
-    }
+    void cleanup() { tearDown(); }
 
     void opening()
     {
@@ -276,12 +248,7 @@ private Q_SLOTS:
         QCOMPARE(bookmarks()->topLevelItemCount(), chosen.isEmpty() ? 0 : 10);
     }
 
-    void removeTemplate_data()
-    {
-        QTest::addColumn<int>("answer");
-        QTest::newRow("OK removes") << int(Mb::Ok);
-        QTest::newRow("Cancel keeps") << int(Mb::Cancel);
-    }
+    void removeTemplate_data() { answerRows("OK removes", "Cancel keeps"); }
     void removeTemplate()
     {
         QFETCH(int, answer);
@@ -349,12 +316,7 @@ private Q_SLOTS:
         }
     }
 
-    void removeBookmark_data()
-    {
-        QTest::addColumn<int>("answer");
-        QTest::newRow("OK removes") << int(Mb::Ok);
-        QTest::newRow("Cancel keeps") << int(Mb::Cancel);
-    }
+    void removeBookmark_data() { answerRows("OK removes", "Cancel keeps"); }
     void removeBookmark()
     {
         QFETCH(int, answer);
@@ -499,12 +461,7 @@ private Q_SLOTS:
         QCOMPARE(m_list.item(key), before);
     }
 
-    void wordVisibleWarning_data()
-    {
-        QTest::addColumn<int>("answer");
-        QTest::newRow("OK: invisible") << int(Mb::Ok);
-        QTest::newRow("Cancel: visible again") << int(Mb::Cancel);
-    }
+    void wordVisibleWarning_data() { answerRows("OK: invisible", "Cancel: visible again"); }
     void wordVisibleWarning()
     {
         QFETCH(int, answer);

@@ -1,14 +1,9 @@
-#include "DialogTestHelpers.h"
-#include "FieldFillHelpers.h"
-#include "document/ClsWord.h"
+#include "DialogFixture.h"
 #include "document/widgets/FrmOptions.h"
-#include "tests/support/ScriptedUserInterface.h"
-#include "tests/support/TestEnvironment.h"
 
 #include <QCheckBox>
 #include <QDir>
 #include <QLineEdit>
-#include <QPushButton>
 #include <QRadioButton>
 #include <QTabWidget>
 #include <QTemporaryDir>
@@ -17,19 +12,12 @@
 
 using namespace DialogTestHelpers;
 
-class TstFrmOptions : public QObject
+class TstFrmOptions : public DialogFixture<FrmOptions>
 {
     Q_OBJECT
 
 private:
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<ScriptedUserInterface> m_ui;
     std::unique_ptr<FakeSofficePath> m_path;
-    OptionsValues m_values;
-    FieldAssignmentList m_list;
-    QString m_special;
-    std::unique_ptr<ClsWord> m_word;
-    std::unique_ptr<FrmOptions> m_dlg;
 
     void open(bool libreOfficeInstalled = false)
     {
@@ -38,27 +26,15 @@ private:
         m_dlg = std::make_unique<FrmOptions>(m_values, m_list, m_special, *m_word);
         m_dlg->show();
     }
-    template <class T> T* ctl(const char* name) { return child<T>(m_dlg.get(), name); }
     QTreeWidget* fields() { return ctl<QTreeWidget>("lvwSpecialFields"); }
     void chooseTab(int tab) { ctl<QTabWidget>("tabMain")->setCurrentIndex(tab); }
 
 private Q_SLOTS:
-    void init()
-    {
-        m_env = std::make_unique<TestEnvironment>();
-        m_ui = std::make_unique<ScriptedUserInterface>();
-        m_values = OptionsValues();
-        m_list.clear();
-        SetDefaultFieldAssignments(m_list, m_special);
-    }
+    void init() { setUp(); }
     void cleanup()
     {
-        m_dlg.reset();
-        m_word.reset();
+        tearDown();
         m_path.reset();
-        QCOMPARE(m_ui->pendingAnswers(), 0);
-        m_ui.reset();
-        m_env.reset();
     }
 
     void generalOptionsRoundTrip_data()
@@ -130,7 +106,7 @@ private Q_SLOTS:
         QFETCH(bool, goneBeforeOk);
         if (goneBeforeOk)
             m_path->setInstalled(false);
-        ctl<QPushButton>("cmdOK")->click();
+        click("cmdOK");
         QCOMPARE(m_ui->boxes().size(), message.isEmpty() ? 0 : 1);
         if (!message.isEmpty()) {
             QCOMPARE(m_ui->boxes()[0].text, message);
@@ -223,7 +199,7 @@ private Q_SLOTS:
             QCOMPARE(m_ui->boxes()[0].title, QStringLiteral("Ungültige Eingabe"));
         }
         QCOMPARE(m_special, DefaultAssignments().special); // nothing before OK
-        ctl<QPushButton>("cmdOK")->click();
+        click("cmdOK");
         QTEST(m_special, "stored");
     }
 
@@ -262,7 +238,7 @@ private Q_SLOTS:
             m_ui->answer(Mb::Ok);
             ctl<QPushButton>("cmdDeleteField")->click();
         }
-        ctl<QPushButton>("cmdOK")->click();
+        click("cmdOK");
         QTEST(m_special, "stored");
     }
 
@@ -321,7 +297,7 @@ private Q_SLOTS:
         QCOMPARE(offered, QDir::toNativeSeparators(out.path()));
         QCOMPARE(ctl<QLineEdit>("txtOutputFolder")->text(), QDir::toNativeSeparators(out.path()));
 
-        ctl<QPushButton>("cmdOK")->click();
+        click("cmdOK");
         QCOMPARE(m_values.OutputFolder, QDir::toNativeSeparators(out.path()));
         QCOMPARE(m_word->outputFolder(), out.path());
     }
@@ -373,7 +349,7 @@ private Q_SLOTS:
         ctl<QCheckBox>("chkExitAfterFinished")->click();
         chooseTab(1);
         m_ui->answer(Mb::Ok);
-        ctl<QPushButton>("cmdOK")->click();
+        click("cmdOK");
         if (kind == u"readonly")
             QFile::setPermissions(folder, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
 
@@ -392,7 +368,7 @@ private Q_SLOTS:
 
         // Emptied, the documents folder is used and OK goes through.
         box->clear();
-        ctl<QPushButton>("cmdOK")->click();
+        click("cmdOK");
         QVERIFY(!m_dlg->isVisible());
         QCOMPARE(m_values.OutputFolder, QString());
         QVERIFY(!m_values.ExitAfterFinished);

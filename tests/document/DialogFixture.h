@@ -50,6 +50,13 @@ protected:
         m_env.reset();
     }
 
+    // Two rows of one flag: set and not set.
+    static void flagRows(const char* column, const char* set, const char* unset)
+    {
+        QTest::addColumn<bool>(column);
+        QTest::newRow(set) << true;
+        QTest::newRow(unset) << false;
+    }
     // The rows of a question's answer: OK and Cancel.
     static void answerRows(const char* ok, const char* cancel)
     {

@@ -163,12 +163,11 @@ private Q_SLOTS:
         QVERIFY(m_list.item(kEmptyDocument).contains(u"|(2. Zeile)=Nachname (OF)|"_qs));
     }
 
+    // Adding a row by hand sets no flag: leaving the template loses it.
     void editedTemplateMovesToTheEnd_data()
     {
-        QTest::addColumn<bool>("assignAfterAdding");
-        QTest::newRow("a row added and assigned is stored") << true;
-        // Adding a row by hand sets no flag: leaving the template loses it.
-        QTest::newRow("a row added alone is not stored") << false;
+        flagRows("assignAfterAdding", "a row added and assigned is stored",
+                 "a row added alone is not stored");
     }
     void editedTemplateMovesToTheEnd()
     {
@@ -334,9 +333,8 @@ private Q_SLOTS:
 
     void readBookmarks_data()
     {
-        QTest::addColumn<bool>("newTemplate");
-        QTest::newRow("template with rows: asked first") << false;
-        QTest::newRow("template just added, without rows: nothing asked") << true;
+        flagRows("newTemplate", "template just added, without rows: nothing asked",
+                 "template with rows: asked first");
     }
     void readBookmarks()
     {

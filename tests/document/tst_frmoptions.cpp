@@ -37,12 +37,7 @@ private Q_SLOTS:
         m_path.reset();
     }
 
-    void generalOptionsRoundTrip_data()
-    {
-        QTest::addColumn<bool>("set");
-        QTest::newRow("all set") << true;
-        QTest::newRow("none set") << false;
-    }
+    void generalOptionsRoundTrip_data() { flagRows("set", "all set", "none set"); }
     void generalOptionsRoundTrip()
     {
         QFETCH(bool, set);

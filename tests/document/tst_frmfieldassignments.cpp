@@ -333,88 +333,36 @@ private Q_SLOTS:
 
     void readBookmarks_data()
     {
-        flagRows("newTemplate", "template just added, without rows: nothing asked",
-                 "template with rows: asked first");
+        QTest::addColumn<QString>("which");
+        QTest::addColumn<int>("answer");      // to the question before the rows go; 0: none asked
+        QTest::addColumn<QString>("refusal"); // how it starts; "%1" is the template
+        QTest::addColumn<QString>("reason");
+        QTest::addColumn<int>("icon");
+        auto row = [](const char* tag, const char* which, int answer, const QString& refusal = {},
+                      const char* reason = "", int icon = 0) {
+            QTest::newRow(tag) << which << answer << refusal << reason << icon;
+        };
+        const QString cannot = QStringLiteral("Die Textmarken der Vorlage '%1' können nicht "
+                                              "ausgelesen werden:\r\n");
+        row("template with rows: asked first", "letter", Mb::Ok);
+        row("template just added, without rows: nothing asked", "new", 0);
+        row("question cancelled", "letter", Mb::Cancel);
+        row("empty document has none", "empty", Mb::Ok,
+            "Ein leeres Dokument hat keine Textmarken, die ausgelesen werden könnten!", "",
+            Mb::Exclamation);
+        row("template file missing", "Fehlt.dotx", Mb::Ok, cannot, "Fehlt.dotx", Mb::Critical);
+        // The 16-bit count overflows: the rows must survive the user's OK.
+        row("32768 bookmarks overflow the count", "Riesig.dotx", Mb::Ok, cannot, "32768 Textmarken",
+            Mb::Critical);
+        row("a damaged template is named so", "Kaputt.dotx", Mb::Ok,
+            "Die Vorlagendatei '%1' ist beschädigt und kann nicht verwendet werden!", "",
+            Mb::Critical);
     }
     void readBookmarks()
     {
-        QFETCH(bool, newTemplate);
-        const QString sample = newTemplate ? sampleFaxTemplatePath() : sampleLetterTemplatePath();
-        QVERIFY2(QFileInfo::exists(sample), qPrintable(sample));
-        // The template's bookmarks are the ones its default rows name; read, they are sorted.
-        QStringList names;
-        for (const QString& pair : m_list.item(sample).split(u'|').mid(1))
-            names.append(pair.section(u'=', 0, 0));
-        names.sort();
-        QTemporaryDir dir;
-        QString key = sample;
-        open();
-        if (newTemplate) {
-            key = m_chosenFile = dir.filePath(QStringLiteral("Kopie.dotx"));
-            QVERIFY(QFile::copy(sample, key));
-            click("cmdAddDotFile");
-        }
-        chooseTemplate(key);
-        m_status.clear();
-        if (!newTemplate)
-            m_ui->answer(Mb::Ok);
-        click("cmdGetDocBookmarks");
-        QCOMPARE(m_ui->boxes().size(), newTemplate ? 0 : 1);
-        if (!newTemplate) {
-            QCOMPARE(m_ui->boxes()[0].text,
-                     QStringLiteral("Beim Auslesen der Textmarken aus der Word-Vorlage\r\n"
-                                    "gehen evtl. bereits eingetragene Zuordnungen zu Outlook-\r\n"
-                                    "Feldern verloren.\r\n\r\nWollen Sie trotzdem fortfahren?"));
-            QCOMPARE(m_ui->boxes()[0].style, Mb::OkCancel + Mb::Question);
-        }
-        QCOMPARE(column(bookmarks(), 0), names);
-        QCOMPARE(column(bookmarks(), 1), QStringList(names.size(), QStringLiteral("-")));
-        QCOMPARE(m_status, (QStringList{"Verbindung zu Word herstellen...",
-                                        "Textmarken auslesen...", "Bereit"}));
-        m_status.clear();
-        close();
-        QCOMPARE(m_status, (QStringList{"Word schließen...", "Bereit"}));
-        QVERIFY(!m_word->engine());
-        QVERIFY(!m_ui->hourglass());
-        // Reading stored the rows (the flag was set) and saved no document anywhere.
-        QCOMPARE(m_list.keys().last(), key);
-        QVERIFY(pairsOf(key).startsWith(names[0] + "=-|" + names[1] + "=-|"));
-        QCOMPARE(QDir(QDir::homePath() + QStringLiteral("/Documents"))
-                     .entryList(QDir::Files | QDir::Hidden)
-                     .size(),
-                 0);
-    }
-
-    void readBookmarksRefused_data()
-    {
-        QTest::addColumn<QString>("which");
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<QString>("start"); // of the refusal; "%1" is the template
-        QTest::addColumn<QString>("reason");
-        QTest::addColumn<int>("icon");
-        const QString cannot = QStringLiteral("Die Textmarken der Vorlage '%1' können nicht "
-                                              "ausgelesen werden:\r\n");
-        QTest::newRow("question cancelled")
-            << "letter" << int(Mb::Cancel) << QString() << QString() << 0;
-        QTest::newRow("empty document has none")
-            << "empty" << int(Mb::Ok)
-            << "Ein leeres Dokument hat keine Textmarken, die ausgelesen werden könnten!"
-            << QString() << int(Mb::Exclamation);
-        QTest::newRow("template file missing")
-            << "Fehlt.dotx" << int(Mb::Ok) << cannot << "Fehlt.dotx" << int(Mb::Critical);
-        // The 16-bit count overflows: the rows must survive the user's OK.
-        QTest::newRow("32768 bookmarks overflow the count")
-            << "Riesig.dotx" << int(Mb::Ok) << cannot << "32768 Textmarken" << int(Mb::Critical);
-        QTest::newRow("a damaged template is named so")
-            << "Kaputt.dotx" << int(Mb::Ok)
-            << "Die Vorlagendatei '%1' ist beschädigt und kann nicht verwendet werden!" << QString()
-            << int(Mb::Critical);
-    }
-    void readBookmarksRefused()
-    {
         QFETCH(QString, which);
         QFETCH(int, answer);
-        QFETCH(QString, start);
+        QFETCH(QString, refusal);
         QFETCH(QString, reason);
         QTemporaryDir dir;
         QString key = which == u"empty" ? kEmptyDocument : sampleLetterTemplatePath();
@@ -436,27 +384,68 @@ private Q_SLOTS:
             QVERIFY(f.open(QIODevice::WriteOnly));
             f.write("PK\x03\x04 kein Zip");
         }
-        const QString before = m_list.item(key);
         open();
+        if (which == u"new") {
+            key = m_chosenFile = dir.filePath(QStringLiteral("Kopie.dotx"));
+            QVERIFY(QFile::copy(sampleFaxTemplatePath(), key));
+            click("cmdAddDotFile");
+        }
+        const QString before = m_list.item(key);
         chooseTemplate(key);
         const QStringList rows = column(bookmarks(), 1);
-        m_ui->answer(answer);
-        if (!start.isEmpty())
+        m_status.clear();
+        if (answer)
+            m_ui->answer(answer);
+        if (!refusal.isEmpty())
             m_ui->answer(Mb::Ok);
         click("cmdGetDocBookmarks");
-        QCOMPARE(m_ui->boxes().size(), start.isEmpty() ? 1 : 2);
-        if (!start.isEmpty()) {
-            const QString text = m_ui->boxes()[1].text;
-            QVERIFY2(text.startsWith(start.replace(u"%1"_qs, key)) && text.contains(reason),
+        QCOMPARE(m_ui->boxes().size(), (answer ? 1 : 0) + (refusal.isEmpty() ? 0 : 1));
+        if (answer) {
+            QCOMPARE(m_ui->boxes()[0].text,
+                     QStringLiteral("Beim Auslesen der Textmarken aus der Word-Vorlage\r\n"
+                                    "gehen evtl. bereits eingetragene Zuordnungen zu Outlook-\r\n"
+                                    "Feldern verloren.\r\n\r\nWollen Sie trotzdem fortfahren?"));
+            QCOMPARE(m_ui->boxes()[0].style, Mb::OkCancel + Mb::Question);
+        }
+        if (!refusal.isEmpty()) {
+            const QString text = m_ui->boxes().last().text;
+            QVERIFY2(text.startsWith(refusal.replace(u"%1"_qs, key)) && text.contains(reason),
                      qPrintable(text));
-            QVERIFY2(!start.startsWith(u"Die Textmarken") ||
+            QVERIFY2(!refusal.startsWith(u"Die Textmarken") ||
                          text.endsWith("\r\n\r\nDie bisherigen Zuordnungen bleiben erhalten."),
                      qPrintable(text));
-            QTEST(int(m_ui->boxes()[1].icon()), "icon");
+            QTEST(int(m_ui->boxes().last().icon()), "icon");
         }
-        QCOMPARE(column(bookmarks(), 1), rows);
+        if (!refusal.isEmpty() || answer == Mb::Cancel) {
+            QCOMPARE(column(bookmarks(), 1), rows);
+            close();
+            QCOMPARE(m_list.item(key), before);
+            return;
+        }
+        // The template's bookmarks are the ones its default rows name; read, they are sorted.
+        QStringList names;
+        for (const QString& pair : DefaultAssignments()
+                                       .list.item(which == u"new" ? sampleFaxTemplatePath() : key)
+                                       .split(u'|')
+                                       .mid(1))
+            names.append(pair.section(u'=', 0, 0));
+        names.sort();
+        QCOMPARE(column(bookmarks(), 0), names);
+        QCOMPARE(column(bookmarks(), 1), QStringList(names.size(), QStringLiteral("-")));
+        QCOMPARE(m_status, (QStringList{"Verbindung zu Word herstellen...",
+                                        "Textmarken auslesen...", "Bereit"}));
+        m_status.clear();
         close();
-        QCOMPARE(m_list.item(key), before);
+        QCOMPARE(m_status, (QStringList{"Word schließen...", "Bereit"}));
+        QVERIFY(!m_word->engine());
+        QVERIFY(!m_ui->hourglass());
+        // Reading stored the rows (the flag was set) and saved no document anywhere.
+        QCOMPARE(m_list.keys().last(), key);
+        QVERIFY(pairsOf(key).startsWith(names[0] + "=-|" + names[1] + "=-|"));
+        QCOMPARE(QDir(QDir::homePath() + QStringLiteral("/Documents"))
+                     .entryList(QDir::Files | QDir::Hidden)
+                     .size(),
+                 0);
     }
 
     void wordVisibleWarning_data() { answerRows("OK: invisible", "Cancel: visible again"); }

@@ -272,28 +272,23 @@ private Q_SLOTS:
     void outputFolderChosen()
     {
         QTemporaryDir out;
+        const QString chosen = QDir::toNativeSeparators(out.path());
+        QString offered, answer = out.path();
         open();
-        QString offered;
         m_dlg->setFolderChooser([&](QWidget*, const QString& current) {
             offered = current;
-            return out.path();
+            return answer;
         });
-        ctl<QPushButton>("cmdChooseOutputFolder")->click();
+        click("cmdChooseOutputFolder");
         // Empty means the documents folder, so the dialog starts there.
         QCOMPARE(offered, QDir::homePath() + QStringLiteral("/Documents"));
-        QCOMPARE(ctl<QLineEdit>("txtOutputFolder")->text(), QDir::toNativeSeparators(out.path()));
-
         // A cancelled dialog changes nothing.
-        m_dlg->setFolderChooser([&](QWidget*, const QString& current) {
-            offered = current;
-            return QString();
-        });
-        ctl<QPushButton>("cmdChooseOutputFolder")->click();
-        QCOMPARE(offered, QDir::toNativeSeparators(out.path()));
-        QCOMPARE(ctl<QLineEdit>("txtOutputFolder")->text(), QDir::toNativeSeparators(out.path()));
-
+        answer.clear();
+        click("cmdChooseOutputFolder");
+        QCOMPARE(offered, chosen);
+        QCOMPARE(ctl<QLineEdit>("txtOutputFolder")->text(), chosen);
         click("cmdOK");
-        QCOMPARE(m_values.OutputFolder, QDir::toNativeSeparators(out.path()));
+        QCOMPARE(m_values.OutputFolder, chosen);
         QCOMPARE(m_word->outputFolder(), out.path());
     }
 
@@ -301,17 +296,15 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("kind");
         QTest::addColumn<QString>("start");
-        QTest::newRow("missing folder") << "missing"
-                                        << "Der Ausgabeordner '";
-        QTest::newRow("a file, not a folder") << "file"
-                                              << "'";
-        QTest::newRow("not writable") << "readonly"
-                                      << "In den Ausgabeordner '";
-        QTest::newRow("relative path") << "relative"
-                                       << "Geben Sie den Ausgabeordner";
+        auto row = [](const char* tag, const char* kind, const char* start) {
+            QTest::newRow(tag) << kind << start;
+        };
+        row("missing folder", "missing", "Der Ausgabeordner '");
+        row("a file, not a folder", "file", "'");
+        row("not writable", "readonly", "In den Ausgabeordner '");
+        row("relative path", "relative", "Geben Sie den Ausgabeordner");
         // Takes no files whoever asks, root included.
-        QTest::newRow("system folder without files") << "proc"
-                                                     << "In den Ausgabeordner '";
+        row("system folder without files", "proc", "In den Ausgabeordner '");
     }
     void outputFolderRefused()
     {

@@ -123,6 +123,7 @@ private Q_SLOTS:
         row("user-defined field", "Kenn-Nr (BF)", "A-1001");
         row("without a title the salutation has none", "Briefanrede+Name (ZF)",
             "Sehr geehrte Müller,", "edited");
+        row("without a full name it is composed", "Name (OF)", "Max Müller", "edited");
         row("the home country is left out", "Land ausgewählte Adresse (ZF)", "");
         row("another country is written", "Land ausgewählte Adresse (ZF)", "Österreich", "edited");
         row("special field", "Von-Name (SF)", "<Ihr Name>");
@@ -163,9 +164,10 @@ private Q_SLOTS:
         QFETCH(QString, contact);
         QFETCH(QString, text);
         SampleContact sample;
-        // Edited in the program: the title removed, the business address moved abroad.
+        // Edited in the program: title and full name removed, the business address abroad.
         if (contact == u"edited") {
             QVERIFY(sample.item.setValue(u"Title", QString()));
+            QVERIFY(sample.item.setValue(u"FullName", QString()));
             QVERIFY(sample.item.setValue(u"BusinessAddressCountry", QStringLiteral("Österreich")));
         }
         const ContactFieldResolver item =

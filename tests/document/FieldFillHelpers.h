@@ -19,20 +19,20 @@ struct DefaultAssignments {
     DefaultAssignments() { SetDefaultFieldAssignments(list, special); }
 };
 
-// Herr Max Müller, Muster AG (Einkauf), Hauptstraße 1, 10115 Berlin, user property Kenn-Nr
-// "A-1001": a sample card of the program read by the real vCard reader, its fields looked up
-// by the contact folder object as the wizard does (business address, company first, formal).
-// A missing user property reaches the error event, as in the wizard; every look-up is
-// recorded as "name/type".
+// By default Herr Max Müller, Muster AG (Einkauf), Hauptstraße 1, 10115 Berlin, user property
+// Kenn-Nr "A-1001": a sample card of the program read by the real vCard reader, its fields looked
+// up by the contact folder object as the wizard does (business address, company first, formal). A
+// missing user property reaches the error event, as in the wizard; every look-up is recorded as
+// "name/type".
 struct SampleContact {
     ClsOutlookVgContactFolder folder;
     ContactItem item;
     QStringList calls, reported;
 
-    SampleContact()
+    explicit SampleContact(const char* card = "01-mueller-max.vcf")
     {
         const QString path = qEnvironmentVariable("ZW_SOURCE_DIR") +
-                             QStringLiteral("/contacts/samples/01-mueller-max.vcf");
+                             QStringLiteral("/contacts/samples/") + QLatin1String(card);
         const VCardReader::Result read = VCardReader::readFile(path);
         if (read.cards.size() != 1)
             qFatal("sample card %s not readable", qPrintable(path));

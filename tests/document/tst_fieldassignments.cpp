@@ -111,7 +111,7 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("field");
         QTest::addColumn<QString>("special");
-        QTest::addColumn<QString>("contact"); // the sample, "edited" or "none"
+        QTest::addColumn<QString>("contact"); // the sample, "edited", "private" or "none"
         QTest::addColumn<QString>("text");
         auto row = [](const char* tag, const char* field, const QString& text,
                       const char* contact = "sample",
@@ -145,6 +145,7 @@ private Q_SLOTS:
         row("special walk ends at an empty entry", "Firma (SF)", "Muster AG", "sample",
             "A=1||Firma=Sonder");
         row("no contact: Outlook field is empty", "Firma (OF)", "", "none");
+        row("a private contact has no company", "Firma (OF)", "", "private");
         row("date dd.MM.yyyy", "Datum tt.mm.jjjj (EF)", "05.03.2001");
         row("date dd.MM.yy", "Datum tt.mm.jj (EF)", "05.03.01");
         row("computer name", "Computername (EF)", VuGetComputerName(), "none");
@@ -163,7 +164,8 @@ private Q_SLOTS:
         QFETCH(QString, special);
         QFETCH(QString, contact);
         QFETCH(QString, text);
-        SampleContact sample;
+        SampleContact sample(contact == u"private" ? "04-oeztuerk-sevgi.vcf"
+                                                   : "01-mueller-max.vcf");
         // Edited in the program: title and full name removed, the business address abroad.
         if (contact == u"edited") {
             QVERIFY(sample.item.setValue(u"Title", QString()));

@@ -22,6 +22,33 @@ template <class T> T* child(QWidget* w, const char* name)
     return c;
 }
 
+// The texts of a list, or of one column of a tree's rows; the row of a text (-1: none).
+inline QStringList texts(QListWidget* list)
+{
+    QStringList result;
+    for (int i = 0; i < list->count(); ++i)
+        result.append(list->item(i)->text());
+    return result;
+}
+
+inline QStringList column(QTreeWidget* tree, int column)
+{
+    QStringList texts;
+    for (int i = 0; i < tree->topLevelItemCount(); ++i)
+        texts.append(tree->topLevelItem(i)->text(column));
+    return texts;
+}
+
+inline int rowOf(QListWidget* list, const QString& text)
+{
+    return int(texts(list).indexOf(text));
+}
+
+inline int rowOf(QTreeWidget* tree, const QString& text)
+{
+    return int(column(tree, 0).indexOf(text));
+}
+
 // A real click into the row's cell of a shown tree or list.
 inline void clickRow(QTreeWidget* tree, int row, int column = 0)
 {
@@ -34,55 +61,17 @@ inline void clickRow(QTreeWidget* tree, int row, int column = 0)
     QTest::mouseClick(tree->viewport(), Qt::LeftButton, {}, at);
 }
 
-inline void clickRow(QListWidget* list, int row)
+// With `twice` a double click, which arrives after a first click, as from a mouse.
+inline void clickRow(QListWidget* list, int row, bool twice = false)
 {
     QListWidgetItem* item = list->item(row);
     if (!item)
         qFatal("row %d missing", row);
     list->scrollToItem(item);
-    QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, list->visualItemRect(item).center());
-}
-
-inline void doubleClickRow(QListWidget* list, int row)
-{
-    QListWidgetItem* item = list->item(row);
-    list->scrollToItem(item);
     const QPoint at = list->visualItemRect(item).center();
-    // A double click arrives after a first click, as from a mouse.
     QTest::mouseClick(list->viewport(), Qt::LeftButton, {}, at);
-    QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, at);
-}
-
-inline int rowOf(QListWidget* list, const QString& text)
-{
-    for (int i = 0; i < list->count(); ++i)
-        if (list->item(i)->text() == text)
-            return i;
-    return -1;
-}
-
-inline int rowOf(QTreeWidget* tree, const QString& text)
-{
-    for (int i = 0; i < tree->topLevelItemCount(); ++i)
-        if (tree->topLevelItem(i)->text(0) == text)
-            return i;
-    return -1;
-}
-
-inline QStringList column(QTreeWidget* tree, int column)
-{
-    QStringList texts;
-    for (int i = 0; i < tree->topLevelItemCount(); ++i)
-        texts.append(tree->topLevelItem(i)->text(column));
-    return texts;
-}
-
-inline QStringList texts(QListWidget* list)
-{
-    QStringList result;
-    for (int i = 0; i < list->count(); ++i)
-        result.append(list->item(i)->text());
-    return result;
+    if (twice)
+        QTest::mouseDClick(list->viewport(), Qt::LeftButton, {}, at);
 }
 
 // PATH pointing at a folder that holds, or lacks, an executable "soffice": decides whether

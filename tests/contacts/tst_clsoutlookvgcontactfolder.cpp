@@ -431,6 +431,24 @@ private slots:
         QCOMPARE(hits.Item(1).value(u"FirstName").toString(), "Max");
     }
 
+    void eventsReachTheirHandlers()
+    {
+        ClsOutlookVgContactFolder cls;
+        // Without handlers nothing happens and nobody asks to stop.
+        QVERIFY(!cls.raiseCheckForAbort());
+        cls.raiseFilterMatching(ContactItem(), QString());
+        int asked = 0;
+        cls.onCheckForAbort([&](bool& abort) { abort = ++asked == 2; });
+        QVERIFY(!cls.raiseCheckForAbort());
+        QVERIFY(cls.raiseCheckForAbort());
+        QString matched;
+        cls.onFilterMatching([&](const ContactItem& item, const QString& data) {
+            matched = item.value(u"LastName").toString() + data;
+        });
+        cls.raiseFilterMatching(ContactItem(), QStringLiteral("Zeile"));
+        QCOMPARE(matched, QStringLiteral("Zeile"));
+    }
+
     void sessionAndInspector()
     {
         put(m_dir->path() + "/offen.vcf", card("Offen;Otto"));

@@ -326,6 +326,14 @@ void LibreOfficeConnection::connect()
 {
     if (m_bridge.is())
         return;
+    // The bridge writes to the office's pipe without MSG_NOSIGNAL: an office that died (or
+    // was killed as hung) would otherwise take this program down with SIGPIPE on the next
+    // write, instead of the write failing and the office being started again.
+    static const bool pipeSignalIgnored = [] {
+        std::signal(SIGPIPE, SIG_IGN);
+        return true;
+    }();
+    Q_UNUSED(pipeSignalIgnored);
     {
         std::lock_guard lock(m_mutex);
         m_expired = false;

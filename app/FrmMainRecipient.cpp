@@ -30,7 +30,6 @@ namespace
 // Data roles of a hit list row.
 constexpr int kEntryIdRole = Qt::UserRole;
 constexpr int kItemIndexRole = Qt::UserRole + 1;
-constexpr int kIconNameRole = Qt::UserRole + 2;
 
 // Rows reach the list in batches: inserting them one by one lets the list lay out all its
 // rows again after every insertion, which for a folder of many thousand contacts costs
@@ -203,7 +202,6 @@ QTreeWidgetItem* FrmMain::makeFoundRow(const OlItemRow& item, long itemIndex) co
     const QString icon =
         item.lastName.isEmpty() ? QStringLiteral("VirtualPerson") : QStringLiteral("Person");
     row->setIcon(0, wizardIcon(icon));
-    row->setData(0, kIconNameRole, icon);
     row->setData(0, kEntryIdRole, item.entryId);
     row->setData(0, kItemIndexRole, qlonglong(itemIndex));
     return row;
